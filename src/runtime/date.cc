@@ -1,0 +1,102 @@
+#include "runtime/date.h"
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+#include "runtime/calendar.h"
+#include "runtime/env.h"
+
+namespace quellmark {
+
+namespace {
+
+using calendar::DaysFromCivil;
+using calendar::FloorDiv;
+using calendar::FloorMod;
+
+constexpr int64_t kSecondsPerDay = 86400;
+constexpr int64_t kEpochDays = DaysFromCivil(1904, 1, 1);  // from 1970-01-01
+constexpr int64_t kMinSeconds =
+    (DaysFromCivil(std::numeric_limits<int32_t>::min(), 1, 1) - kEpochDays) * kSecondsPerDay;
+constexpr int64_t kMaxSeconds =
+    (DaysFromCivil(std::numeric_limits<int32_t>::max(), 12, 31) - kEpochDays + 1) * kSecondsPerDay -
+    1;
+
+constexpr const char* kWeekdayNames[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                         "Thursday", "Friday", "Saturday"};
+constexpr const char* kMonthNames[] = {"January",   "February", "March",    "April",
+                                       "May",       "June",     "July",     "August",
+                                       "September", "October",  "November", "December"};
+
+}  // namespace
+
+Date Date::Now() { return Date(Env::Current().LocalWallClockSeconds()); }
+
+Date Date::FromTotalSeconds(double seconds) {
+  Date date(0);
+  date.SetTotalSeconds(seconds);
+  return date;
+}
+
+int32_t Date::DayOfWeek() const {
+  return calendar::WeekdayFromDays(FloorDiv(seconds_, kSecondsPerDay) + kEpochDays) + 1;
+}
+
+void Date::SetSeconds(int64_t seconds) {
+  seconds_ = seconds < kMinSeconds ? kMinSeconds : (seconds > kMaxSeconds ? kMaxSeconds : seconds);
+  const int64_t days = FloorDiv(seconds_, kSecondsPerDay);
+  second_of_day_ = static_cast<int32_t>(seconds_ - days * kSecondsPerDay);
+  const calendar::CivilDate civil = calendar::CivilFromDays(days + kEpochDays);
+  year_ = static_cast<int32_t>(civil.year);
+  month_ = civil.month;
+  day_ = civil.day;
+}
+
+void Date::SetCivil(int64_t year, int32_t month, int64_t day) {
+  const int64_t days = DaysFromCivil(year, month, day) - kEpochDays;
+  SetSeconds(days * kSecondsPerDay + second_of_day_);
+}
+
+int64_t Date::TimeOfDayShifted(int64_t hour, int64_t minute, int64_t second) const {
+  return FloorDiv(seconds_, kSecondsPerDay) * kSecondsPerDay + hour * 3600 + minute * 60 + second;
+}
+
+void Date::SetYear(int32_t year) { SetCivil(year, month_, day_); }
+
+void Date::SetMonth(int32_t month) {
+  const int64_t zero_based = int64_t{month} - 1;
+  SetCivil(year_ + FloorDiv(zero_based, 12), static_cast<int32_t>(FloorMod(zero_based, 12)) + 1,
+           day_);
+}
+
+void Date::SetDay(int32_t day) { SetCivil(year_, month_, day); }
+
+void Date::SetHour(int32_t hour) { SetSeconds(TimeOfDayShifted(hour, Minute(), Second())); }
+
+void Date::SetMinute(int32_t minute) { SetSeconds(TimeOfDayShifted(Hour(), minute, Second())); }
+
+void Date::SetSecond(int32_t second) { SetSeconds(TimeOfDayShifted(Hour(), Minute(), second)); }
+
+void Date::SetTotalSeconds(double seconds) {
+  if (std::isnan(seconds)) return SetSeconds(0);
+  const double whole = std::floor(seconds);
+  if (whole <= static_cast<double>(kMinSeconds)) return SetSeconds(kMinSeconds);
+  if (whole >= static_cast<double>(kMaxSeconds)) return SetSeconds(kMaxSeconds);
+  SetSeconds(static_cast<int64_t>(whole));
+}
+
+String Date::LongDate() const {
+  char text[64];
+  std::snprintf(text, sizeof text, "%s, %s %d, %d", kWeekdayNames[DayOfWeek() - 1],
+                kMonthNames[month_ - 1], day_, year_);
+  return String(text);
+}
+
+String Date::ShortTime() const {
+  char text[16];
+  std::snprintf(text, sizeof text, "%02d:%02d", Hour(), Minute());
+  return String(text);
+}
+
+}  // namespace quellmark

@@ -1,0 +1,138 @@
+#include "runtime/folder_item.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "runtime/text_input_stream.h"
+
+namespace quellmark {
+
+namespace {
+
+// Bytes that no POSIX shell treats specially inside a word. Bytes from 0x80 up are never
+// special either, so they stay as they are and the word keeps its UTF-8 text.
+bool IsShellSafe(unsigned char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c >= 0x80 ||
+         c == '/' || c == '.' || c == '_' || c == '-' || c == ',' || c == ':' || c == '+' ||
+         c == '@';
+}
+
+std::string WithoutTrailingSlashes(const std::string& path) {
+  size_t end = path.size();
+  while (end > 1 && path[end - 1] == '/') --end;
+  return path.substr(0, end);
+}
+
+std::string JoinChild(const std::string& folder, const std::string& name) {
+  std::string base = WithoutTrailingSlashes(folder);
+  if (base != "/") base += '/';
+  return base + name;
+}
+
+int64_t Nanoseconds(const timespec& t) { return int64_t{t.tv_sec} * 1000000000 + t.tv_nsec; }
+
+}  // namespace
+
+String FolderItem::Name() const {
+  const std::string path = WithoutTrailingSlashes(path_);
+  if (path == "/") return String("");
+  return String(path.substr(path.rfind('/') + 1), TextEncoding::kNone);
+}
+
+bool FolderItem::Exists() const {
+  struct stat st {};
+  return lstat(path_.c_str(), &st) == 0;
+}
+
+bool FolderItem::Directory() const {
+  struct stat st {};
+  return stat(path_.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+Ref<FolderItem> FolderItem::Child(const String& name) const {
+  const std::string& bytes = name.Bytes();
+  if (bytes.empty() || bytes == "." || bytes == ".." ||
+      bytes.find_first_of(std::string_view("/\0", 2)) != std::string::npos) {
+    return nullptr;
+  }
+  return Ref<FolderItem>::New(JoinChild(path_, bytes));
+}
+
+void FolderItem::RefreshListing() {
+  struct stat st {};
+  if (stat(path_.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+    entries_.clear();
+    listed_ = false;
+    return;
+  }
+  // The stamp is taken before the listing, so a change made while listing shows as a new
+  // stamp on the next call.
+  const ChangeStamp stamp{st.st_dev, st.st_ino, Nanoseconds(st.st_mtim), Nanoseconds(st.st_ctim)};
+  if (listed_ && stamp == listed_stamp_) return;
+  entries_.clear();
+  if (DIR* folder = opendir(path_.c_str()); folder != nullptr) {
+    while (const dirent* entry = readdir(folder)) {
+      const std::string_view name = entry->d_name;
+      if (name != "." && name != "..") entries_.emplace_back(name);
+    }
+    closedir(folder);
+  }
+  std::sort(entries_.begin(), entries_.end());
+  listed_stamp_ = stamp;
+  listed_ = true;
+}
+
+int32_t FolderItem::Count() {
+  RefreshListing();
+  return static_cast<int32_t>(
+      std::min<size_t>(entries_.size(), std::numeric_limits<int32_t>::max()));
+}
+
+Ref<FolderItem> FolderItem::TrueItem(int32_t index) {
+  if (!listed_) RefreshListing();
+  if (index < 1 || static_cast<size_t>(index) > entries_.size()) return nullptr;
+  return Ref<FolderItem>::New(JoinChild(path_, entries_[static_cast<size_t>(index) - 1]));
+}
+
+String FolderItem::ShellPath() const { return String(ShellQuotePath(path_), TextEncoding::kNone); }
+
+Ref<TextInputStream> FolderItem::OpenAsTextFile() const {
+  const int descriptor = open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  if (descriptor < 0) return nullptr;
+  struct stat st {};
+  if (fstat(descriptor, &st) != 0 || !S_ISREG(st.st_mode)) {
+    close(descriptor);
+    return nullptr;
+  }
+  return Ref<TextInputStream>::New(descriptor);
+}
+
+Ref<FolderItem> GetFolderItem(const String& path, int32_t mode) {
+  const std::string& bytes = path.Bytes();
+  if (mode != 0 || bytes.empty() || bytes.front() != '/' || bytes.find('\0') != std::string::npos) {
+    return nullptr;
+  }
+  return Ref<FolderItem>::New(bytes);
+}
+
+std::string ShellQuotePath(const std::string& path) {
+  std::string word;
+  word.reserve(path.size() * 2);
+  for (const char c : path) {
+    if (c == '\n') {
+      // A backslash before a newline would join lines; quoting keeps the newline.
+      word += "'\n'";
+    } else {
+      if (!IsShellSafe(static_cast<unsigned char>(c))) word += '\\';
+      word += c;
+    }
+  }
+  return word;
+}
+
+}  // namespace quellmark

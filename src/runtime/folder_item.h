@@ -1,0 +1,81 @@
+// FolderItem: a handle on an absolute POSIX path, which may or may not name something on disk,
+// with the folder and file services the service uses. Symbolic links are not followed when
+// listing or naming kinds; Exists counts a link itself as present.
+
+#ifndef QUELLMARK_RUNTIME_FOLDER_ITEM_H_
+#define QUELLMARK_RUNTIME_FOLDER_ITEM_H_
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "runtime/ref.h"
+#include "runtime/string_value.h"
+
+namespace quellmark {
+
+class TextInputStream;
+
+class FolderItem {
+ public:
+  static constexpr const char* kClassName = "FolderItem";
+
+  explicit FolderItem(std::string path) : path_(std::move(path)) {}
+
+  const std::string& Path() const { return path_; }
+  // The last component of the path, extension included ("Tolvane.app").
+  String Name() const;
+  // Something (a link included, even one that points nowhere) is present at the path.
+  bool Exists() const;
+  // The path leads to a folder (following links).
+  bool Directory() const;
+
+  // The item called name inside this folder, whether or not it exists; nil when name is empty,
+  // "." or "..", or holds "/" or NUL.
+  Ref<FolderItem> Child(const String& name) const;
+
+  // The number of entries of the folder ("." and ".." aside), 0 when it is not a readable
+  // folder. Each call checks the folder's change stamp and lists it again only when it changed,
+  // so a walk over n entries costs O(n) system calls, not O(n^2).
+  int32_t Count();
+  // Entry number index (1 to Count), entries ordered by name in byte order, as of the latest
+  // listing; links are not followed. nil outside 1 to Count.
+  Ref<FolderItem> TrueItem(int32_t index);
+
+  // The path as exactly one word of a POSIX shell command line, whatever bytes it holds:
+  // characters outside a safe set are escaped with a backslash, a newline is quoted.
+  String ShellPath() const;
+
+  // The file opened for reading: nil unless it is a regular file that can be opened. Opening
+  // never blocks, so a FIFO or a device gives nil rather than a hang.
+  Ref<TextInputStream> OpenAsTextFile() const;
+
+ private:
+  struct ChangeStamp {
+    dev_t device = 0;
+    ino_t inode = 0;
+    int64_t modified_ns = -1;
+    int64_t changed_ns = -1;
+    bool operator==(const ChangeStamp&) const = default;
+  };
+
+  void RefreshListing();
+
+  std::string path_;
+  ChangeStamp listed_stamp_;
+  bool listed_ = false;
+  std::vector<std::string> entries_;
+};
+
+// The item at path. Mode 0, the only one, takes an absolute POSIX path; an empty or relative
+// path, a path holding NUL or another mode gives nil.
+Ref<FolderItem> GetFolderItem(const String& path, int32_t mode);
+
+// The path as exactly one word of a POSIX shell command line (see FolderItem::ShellPath).
+std::string ShellQuotePath(const std::string& path);
+
+}  // namespace quellmark
+
+#endif  // QUELLMARK_RUNTIME_FOLDER_ITEM_H_

@@ -1,0 +1,41 @@
+#include "runtime/kind_ext.h"
+
+#include <sys/stat.h>
+
+#include <string_view>
+
+#include "runtime/caseless_search.h"
+
+namespace quellmark {
+
+namespace {
+
+constexpr std::string_view kPackageExtensions[] = {
+    ".app",   ".bundle",      ".framework",  ".plugin",    ".kext", ".pkg",   ".mpkg", ".prefPane",
+    ".saver", ".qlgenerator", ".mdimporter", ".component", ".xpc",  ".appex", ".wdgt", ".dSYM"};
+
+bool EndsWithCaseless(std::string_view name, std::string_view suffix) {
+  return name.size() > suffix.size() &&
+         CaselessEqual(name.substr(name.size() - suffix.size()), suffix);
+}
+
+}  // namespace
+
+bool HasPackageExtension(const std::string& name) {
+  for (const std::string_view extension : kPackageExtensions) {
+    if (EndsWithCaseless(name, extension)) return true;
+  }
+  return false;
+}
+
+String KindExt(const Ref<FolderItem>& item) {
+  struct stat st {};
+  if (lstat(item->Path().c_str(), &st) != 0) return String("");
+  if (S_ISLNK(st.st_mode)) return String("Alias");
+  if (!S_ISDIR(st.st_mode)) return String("Document");
+  const std::string name = item->Name().Bytes();
+  if (EndsWithCaseless(name, ".app")) return String("Application");
+  return String(HasPackageExtension(name) ? "Package" : "Folder");
+}
+
+}  // namespace quellmark

@@ -1,0 +1,158 @@
+#include "runtime/posix_env.h"
+
+#include <pwd.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <vector>
+
+#include "runtime/calendar.h"
+#include "runtime/env.h"
+
+extern char** environ;  // NOLINT(readability-redundant-declaration): not declared by every libc
+
+namespace quellmark {
+
+namespace {
+
+bool IsSet(const char* value) { return value != nullptr && value[0] != '\0'; }
+
+std::string JoinPath(std::string folder, const char* name) {
+  while (!folder.empty() && folder.back() == '/') folder.pop_back();
+  return folder + "/" + name;
+}
+
+std::optional<std::string> HomeFolder() {
+  if (const char* home = std::getenv("HOME"); IsSet(home)) return home;
+  std::vector<char> buffer(16384);
+  passwd entry{};
+  passwd* found = nullptr;
+  if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
+      IsSet(found->pw_dir)) {
+    return found->pw_dir;
+  }
+  return std::nullopt;
+}
+
+class PosixEnv final : public Env {
+ public:
+  // The zone is re-read (tzset) at most once for each second of the clock, so a change of the
+  // machine's time zone shows within a second while a pass over many dates costs one lookup.
+  int64_t LocalWallClockSeconds() override {
+    const std::time_t now = std::time(nullptr);
+    if (now != cached_utc_) {
+      tzset();
+      std::tm local{};
+      cached_local_ = localtime_r(&now, &local) != nullptr ? WallClockSecondsFrom(local)
+                                                           : WallClockSecondsFrom(UtcFields(now));
+      cached_utc_ = now;
+    }
+    return cached_local_;
+  }
+
+  void SleepForMilliseconds(int32_t milliseconds) override {
+    if (milliseconds <= 0) return;
+    timespec wait{milliseconds / 1000, static_cast<long>(milliseconds % 1000) * 1000000L};
+    while (nanosleep(&wait, &wait) != 0 && errno == EINTR) {
+    }
+  }
+
+  [[noreturn]] void ExitProcess(int32_t code) override {
+    std::fflush(nullptr);
+    std::exit(code);
+  }
+
+  void WriteLog(int32_t level, const std::string& message) override {
+    std::string line = message;
+    for (char& c : line) {
+      if (c == '\n' || c == '\r') c = ' ';
+    }
+    line += '\n';
+    std::fwrite(line.data(), 1, line.size(), stderr);
+    line.pop_back();
+    if (!log_open_) {
+      openlog(nullptr, LOG_PID, LOG_USER);
+      log_open_ = true;
+    }
+    syslog(LOG_USER | SyslogPriorityForLevel(level), "%s", line.c_str());
+  }
+
+  std::optional<std::string> PreferencesFolderPath() override {
+    const std::optional<std::string> home = HomeFolder();
+    return PreferencesFolderFrom(home ? home->c_str() : nullptr, std::getenv("XDG_CONFIG_HOME"));
+  }
+
+  std::string ApplicationsFolderPath() override { return "/Applications"; }
+
+  int32_t ExecuteShellCommand(const std::string& command) override {
+    // A NUL would silently cut the command short; such a command is not run at all.
+    if (command.find('\0') != std::string::npos) return -1;
+    std::string shell_name = "sh";
+    std::string flag = "-c";
+    std::string text = command;
+    char* argv[] = {shell_name.data(), flag.data(), text.data(), nullptr};
+    pid_t child = 0;
+    if (posix_spawn(&child, "/bin/sh", nullptr, nullptr, argv, environ) != 0) return -1;
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+      if (errno != EINTR) return -1;
+    }
+    return ExitStatusFromWaitStatus(status);
+  }
+
+ private:
+  static std::tm UtcFields(std::time_t now) {
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    return utc;
+  }
+
+  std::time_t cached_utc_ = -1;
+  int64_t cached_local_ = 0;
+  bool log_open_ = false;
+};
+
+}  // namespace
+
+std::optional<std::string> PreferencesFolderFrom(const char* home, const char* xdg_config_home) {
+#ifdef __APPLE__
+  (void)xdg_config_home;
+  if (!IsSet(home)) return std::nullopt;
+  return JoinPath(home, "Library/Preferences");
+#else
+  if (IsSet(xdg_config_home) && xdg_config_home[0] == '/') return std::string(xdg_config_home);
+  if (!IsSet(home)) return std::nullopt;
+  return JoinPath(home, ".config");
+#endif
+}
+
+int SyslogPriorityForLevel(int32_t level) {
+  if (level >= 1000 && level <= 1006) return level - 1000;
+  return LOG_NOTICE;
+}
+
+int64_t WallClockSecondsFrom(const std::tm& tm) {
+  const int64_t days =
+      calendar::DaysFromCivil(int64_t{tm.tm_year} + 1900, tm.tm_mon + 1, tm.tm_mday) -
+      calendar::DaysFromCivil(1904, 1, 1);
+  return days * 86400 + int64_t{tm.tm_hour} * 3600 + int64_t{tm.tm_min} * 60 + tm.tm_sec;
+}
+
+int32_t ExitStatusFromWaitStatus(int wait_status) {
+  if (WIFEXITED(wait_status)) return WEXITSTATUS(wait_status);
+  if (WIFSIGNALED(wait_status)) return 128 + WTERMSIG(wait_status);
+  return -1;
+}
+
+Env& PosixEnvironment() {
+  static PosixEnv env;
+  return env;
+}
+
+}  // namespace quellmark
