@@ -12,7 +12,12 @@ namespace quellmark {
 
 namespace {
 
-void ReportUncaught(const char* program, const std::string& what) {
+void ReportUncaught(const char* program, std::string what) {
+  // The report is one line whatever the message holds, so that the last line of the output
+  // names the exception.
+  for (char& c : what) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
   std::fprintf(stderr, "%s: unhandled %s\n", program, what.c_str());
 }
 

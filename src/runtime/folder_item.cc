@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -35,6 +36,17 @@ std::string JoinChild(const std::string& folder, const std::string& name) {
 }
 
 int64_t Nanoseconds(const timespec& t) { return int64_t{t.tv_sec} * 1000000000 + t.tv_nsec; }
+
+// How far a folder's time stamps may lag the change they record: many kernels stamp from a
+// clock that advances once a tick, and some file systems keep two-second times.
+constexpr int64_t kStampGranularity = 2'000'000'000;
+constexpr int64_t kRelistInterval = 1'000'000'000;
+
+int64_t NowNanoseconds() {
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  return Nanoseconds(now);
+}
 
 }  // namespace
 
@@ -73,7 +85,10 @@ void FolderItem::RefreshListing() {
   // The stamp is taken before the listing, so a change made while listing shows as a new
   // stamp on the next call.
   const ChangeStamp stamp{st.st_dev, st.st_ino, Nanoseconds(st.st_mtim), Nanoseconds(st.st_ctim)};
-  if (listed_ && stamp == listed_stamp_) return;
+  const int64_t now = NowNanoseconds();
+  if (listed_ && stamp == listed_stamp_ && !(racy_ && now - listed_at_ns_ >= kRelistInterval)) {
+    return;
+  }
   entries_.clear();
   if (DIR* folder = opendir(path_.c_str()); folder != nullptr) {
     while (const dirent* entry = readdir(folder)) {
@@ -84,7 +99,12 @@ void FolderItem::RefreshListing() {
   }
   std::sort(entries_.begin(), entries_.end());
   listed_stamp_ = stamp;
+  listed_at_ns_ = now;
   listed_ = true;
+  // A stamp younger than the granularity of folder time stamps may hide a change made just
+  // after this listing, so such a listing is taken again, at most once a second, until the
+  // folder has been still for long enough. A walk thus stays linear however fresh the folder.
+  racy_ = std::max(stamp.modified_ns, stamp.changed_ns) >= now - kStampGranularity;
 }
 
 int32_t FolderItem::Count() {

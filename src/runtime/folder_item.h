@@ -37,8 +37,9 @@ class FolderItem {
   Ref<FolderItem> Child(const String& name) const;
 
   // The number of entries of the folder ("." and ".." aside), 0 when it is not a readable
-  // folder. Each call checks the folder's change stamp and lists it again only when it changed,
-  // so a walk over n entries costs O(n) system calls, not O(n^2).
+  // folder. Each call checks the folder's change stamp and lists it again only when it changed
+  // (or, at most once a second, when it changed so lately that a coarse stamp could hide a later
+  // change), so a walk over n entries costs O(n) system calls, not O(n^2).
   int32_t Count();
   // Entry number index (1 to Count), entries ordered by name in byte order, as of the latest
   // listing; links are not followed. nil outside 1 to Count.
@@ -65,7 +66,9 @@ class FolderItem {
 
   std::string path_;
   ChangeStamp listed_stamp_;
+  int64_t listed_at_ns_ = 0;
   bool listed_ = false;
+  bool racy_ = false;
   std::vector<std::string> entries_;
 };
 
