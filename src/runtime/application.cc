@@ -35,7 +35,10 @@ void ServiceApplication::Quit(int32_t code) {
 int RunServiceApplication(ServiceApplication& app, int argc, char** argv) {
   const char* program = argc > 0 && argv[0] != nullptr ? argv[0] : "quellmark";
   std::vector<String> args;
-  for (int i = 0; i < argc; ++i) args.emplace_back(std::string(argv[i]), TextEncoding::kNone);
+  args.reserve(argc > 0 ? static_cast<size_t>(argc) : 0);
+  for (int i = 0; i < argc; ++i) {
+    args.emplace_back(std::string(argv[i] != nullptr ? argv[i] : ""), TextEncoding::kNone);
+  }
   try {
     return app.Run(args);
   } catch (const RuntimeException& e) {

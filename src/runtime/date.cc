@@ -70,7 +70,15 @@ void Date::SetMonth(int32_t month) {
            day_);
 }
 
-void Date::SetDay(int32_t day) { SetCivil(year_, month_, day); }
+void Date::SetDay(int32_t day) {
+  // Within the month only the day changes: the usual step of a walk over a month, kept cheap.
+  if (day >= 1 && day <= calendar::DaysInMonth(year_, month_)) {
+    seconds_ += (int64_t{day} - day_) * kSecondsPerDay;
+    day_ = day;
+    return;
+  }
+  SetCivil(year_, month_, day);
+}
 
 void Date::SetHour(int32_t hour) { SetSeconds(TimeOfDayShifted(hour, Minute(), Second())); }
 

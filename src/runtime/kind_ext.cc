@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include "runtime/caseless_search.h"
@@ -22,10 +23,9 @@ bool EndsWithCaseless(std::string_view name, std::string_view suffix) {
 }  // namespace
 
 bool HasPackageExtension(const std::string& name) {
-  for (const std::string_view extension : kPackageExtensions) {
-    if (EndsWithCaseless(name, extension)) return true;
-  }
-  return false;
+  return std::ranges::any_of(kPackageExtensions, [&name](std::string_view extension) {
+    return EndsWithCaseless(name, extension);
+  });
 }
 
 String KindExt(const Ref<FolderItem>& item) {

@@ -58,7 +58,8 @@ class PosixEnv final : public Env {
 
   void SleepForMilliseconds(int32_t milliseconds) override {
     if (milliseconds <= 0) return;
-    timespec wait{milliseconds / 1000, static_cast<long>(milliseconds % 1000) * 1000000L};
+    using Nanoseconds = decltype(timespec::tv_nsec);
+    timespec wait{milliseconds / 1000, static_cast<Nanoseconds>(milliseconds % 1000) * 1000000};
     while (nanosleep(&wait, &wait) != 0 && errno == EINTR) {
     }
   }

@@ -49,7 +49,13 @@ size_t CharacterLength(std::string_view bytes, size_t i) {
     length = 4;
   }
   if (length == 1 || bytes.size() - i < length) return 1;
-  for (size_t k = 1; k < length; ++k) {
+  // Four leads narrow the range of the second byte; outside it the sequence would be an overlong
+  // form, a surrogate or past U+10FFFF, none of them well-formed, so the lead stands alone.
+  const auto second = static_cast<unsigned char>(bytes[i + 1]);
+  const int lowest = lead == 0xE0 ? 0xA0 : (lead == 0xF0 ? 0x90 : 0x80);
+  const int highest = lead == 0xED ? 0x9F : (lead == 0xF4 ? 0x8F : 0xBF);
+  if (second < lowest || second > highest) return 1;
+  for (size_t k = 2; k < length; ++k) {
     if (!IsContinuation(static_cast<unsigned char>(bytes[i + k]))) return 1;
   }
   return length;

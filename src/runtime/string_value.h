@@ -30,7 +30,7 @@ class String {
   String() = default;
   // Literals of the program are UTF-8.
   String(const char* literal)  // NOLINT(google-explicit-constructor)
-      : bytes_(literal), encoding_(TextEncoding::kUTF8) {}
+      : bytes_(literal) {}
   explicit String(std::string bytes, TextEncoding encoding = TextEncoding::kUTF8)
       : bytes_(std::move(bytes)), encoding_(encoding) {}
 

@@ -24,20 +24,18 @@ TEST_P(DecodingTest, DecodesEscapesAndCopiesEverythingElse) {
 
 INSTANTIATE_TEST_SUITE_P(
     Bytes, DecodingTest,
-    testing::Values(DecodingCase{"Wake%20up%21", "Wake up!"},
-                    DecodingCase{"%3Citem%3E", "<item>"},
+    testing::Values(DecodingCase{"Wake%20up%21", "Wake up!"}, DecodingCase{"%3Citem%3E", "<item>"},
                     DecodingCase{"caf%C3%A9", "caf\xC3\xA9"},
-                    DecodingCase{"caf%c3%a9", "caf\xC3\xA9"},    // either letter case
-                    DecodingCase{"no escapes", "no escapes"},
-                    DecodingCase{"", ""},
-                    DecodingCase{"a+b", "a+b"},                  // "+" stays "+"
-                    DecodingCase{"100%", "100%"},                // a lone "%" is copied
-                    DecodingCase{"%4", "%4"},                    // so is one short of two digits
-                    DecodingCase{"%G1%1G", "%G1%1G"},            // and one before non-digits
-                    DecodingCase{"%%41", "%A"},                  // the second "%" starts an escape
-                    DecodingCase{"%2541", "%41"},                // decoded once, not twice
+                    DecodingCase{"caf%c3%a9", "caf\xC3\xA9"},  // either letter case
+                    DecodingCase{"no escapes", "no escapes"}, DecodingCase{"", ""},
+                    DecodingCase{"a+b", "a+b"},        // "+" stays "+"
+                    DecodingCase{"100%", "100%"},      // a lone "%" is copied
+                    DecodingCase{"%4", "%4"},          // so is one short of two digits
+                    DecodingCase{"%G1%1G", "%G1%1G"},  // and one before non-digits
+                    DecodingCase{"%%41", "%A"},        // the second "%" starts an escape
+                    DecodingCase{"%2541", "%41"},      // decoded once, not twice
                     DecodingCase{"%00%FF", std::string("\0\xFF", 2)},
-                    DecodingCase{"%C3", "\xC3"}));               // invalid UTF-8 is kept
+                    DecodingCase{"%C3", "\xC3"}));  // invalid UTF-8 is kept
 
 }  // namespace
 }  // namespace quellmark
