@@ -16,7 +16,9 @@ namespace quellmark {
 namespace {
 
 // Bytes that no POSIX shell treats specially inside a word. Bytes from 0x80 up are never
-// special either, so they stay as they are and the word keeps its UTF-8 text.
+// special either, so they stay as they are and the word keeps its UTF-8 text. (A shell running
+// in a legacy double-byte locale such as Shift_JIS can read a backslash as the second byte of a
+// character; no escaping by backslashes survives that, and such locales are not supported.)
 bool IsShellSafe(unsigned char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c >= 0x80 ||
          c == '/' || c == '.' || c == '_' || c == '-' || c == ',' || c == ':' || c == '+' ||
