@@ -7,18 +7,16 @@
 
 #include "runtime/env.h"
 #include "runtime/exceptions.h"
+#include "runtime/posix_env.h"
 
 namespace quellmark {
 
 namespace {
 
-void ReportUncaught(const char* program, std::string what) {
-  // The report is one line whatever the message holds, so that the last line of the output
-  // names the exception.
-  for (char& c : what) {
-    if (c == '\n' || c == '\r') c = ' ';
-  }
-  std::fprintf(stderr, "%s: unhandled %s\n", program, what.c_str());
+// The report is one line whatever the message holds, so that the last line of the output names
+// the exception.
+void ReportUncaught(const char* program, const std::string& what) {
+  std::fprintf(stderr, "%s: unhandled %s\n", program, AsOneLine(what).c_str());
 }
 
 }  // namespace

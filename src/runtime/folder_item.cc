@@ -31,12 +31,6 @@ std::string WithoutTrailingSlashes(const std::string& path) {
   return path.substr(0, end);
 }
 
-std::string JoinChild(const std::string& folder, const std::string& name) {
-  std::string base = WithoutTrailingSlashes(folder);
-  if (base != "/") base += '/';
-  return base + name;
-}
-
 int64_t Nanoseconds(const timespec& t) { return int64_t{t.tv_sec} * 1000000000 + t.tv_nsec; }
 
 // How far a folder's time stamps may lag the change they record: many kernels stamp from a
@@ -74,7 +68,7 @@ Ref<FolderItem> FolderItem::Child(const String& name) const {
       bytes.find_first_of(std::string_view("/\0", 2)) != std::string::npos) {
     return nullptr;
   }
-  return Ref<FolderItem>::New(JoinChild(path_, bytes));
+  return Ref<FolderItem>::New(JoinPath(path_, bytes));
 }
 
 void FolderItem::RefreshListing() {
@@ -87,10 +81,11 @@ void FolderItem::RefreshListing() {
   // The stamp is taken before the listing, so a change made while listing shows as a new
   // stamp on the next call.
   const ChangeStamp stamp{st.st_dev, st.st_ino, Nanoseconds(st.st_mtim), Nanoseconds(st.st_ctim)};
-  const int64_t now = NowNanoseconds();
-  if (listed_ && stamp == listed_stamp_ && !(racy_ && now - listed_at_ns_ >= kRelistInterval)) {
+  if (listed_ && stamp == listed_stamp_ &&
+      (!racy_ || NowNanoseconds() - listed_at_ns_ < kRelistInterval)) {
     return;
   }
+  const int64_t now = NowNanoseconds();
   entries_.clear();
   if (DIR* folder = opendir(path_.c_str()); folder != nullptr) {
     while (const dirent* entry = readdir(folder)) {
@@ -118,7 +113,7 @@ int32_t FolderItem::Count() {
 Ref<FolderItem> FolderItem::TrueItem(int32_t index) {
   if (!listed_) RefreshListing();
   if (index < 1 || static_cast<size_t>(index) > entries_.size()) return nullptr;
-  return Ref<FolderItem>::New(JoinChild(path_, entries_[static_cast<size_t>(index) - 1]));
+  return Ref<FolderItem>::New(JoinPath(path_, entries_[static_cast<size_t>(index) - 1]));
 }
 
 String FolderItem::ShellPath() const { return String(ShellQuotePath(path_), TextEncoding::kNone); }
@@ -140,6 +135,12 @@ Ref<FolderItem> GetFolderItem(const String& path, int32_t mode) {
     return nullptr;
   }
   return Ref<FolderItem>::New(bytes);
+}
+
+std::string JoinPath(const std::string& folder, std::string_view name) {
+  std::string path = WithoutTrailingSlashes(folder);
+  if (path != "/") path += '/';
+  return path.append(name);
 }
 
 std::string ShellQuotePath(const std::string& path) {

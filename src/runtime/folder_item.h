@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "runtime/ref.h"
@@ -75,6 +76,9 @@ class FolderItem {
 // The item at path. Mode 0, the only one, takes an absolute POSIX path; an empty or relative
 // path, a path holding NUL or another mode gives nil.
 Ref<FolderItem> GetFolderItem(const String& path, int32_t mode);
+
+// folder + "/" + name, with no doubled slash whatever slashes folder ends in.
+std::string JoinPath(const std::string& folder, std::string_view name);
 
 // The path as exactly one word of a POSIX shell command line (see FolderItem::ShellPath).
 std::string ShellQuotePath(const std::string& path);

@@ -14,6 +14,7 @@
 
 #include "runtime/calendar.h"
 #include "runtime/env.h"
+#include "runtime/folder_item.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): not declared by every libc
 
@@ -22,11 +23,6 @@ namespace quellmark {
 namespace {
 
 bool IsSet(const char* value) { return value != nullptr && value[0] != '\0'; }
-
-std::string JoinPath(std::string folder, const char* name) {
-  while (!folder.empty() && folder.back() == '/') folder.pop_back();
-  return folder + "/" + name;
-}
 
 std::optional<std::string> HomeFolder() {
   if (const char* home = std::getenv("HOME"); IsSet(home)) return home;
@@ -70,11 +66,7 @@ class PosixEnv final : public Env {
   }
 
   void WriteLog(int32_t level, const std::string& message) override {
-    std::string line = message;
-    for (char& c : line) {
-      if (c == '\n' || c == '\r') c = ' ';
-    }
-    line += '\n';
+    std::string line = AsOneLine(message) + '\n';
     std::fwrite(line.data(), 1, line.size(), stderr);
     line.pop_back();
     if (!log_open_) {
@@ -131,6 +123,13 @@ std::optional<std::string> PreferencesFolderFrom(const char* home, const char* x
   if (!IsSet(home)) return std::nullopt;
   return JoinPath(home, ".config");
 #endif
+}
+
+std::string AsOneLine(std::string text) {
+  for (char& c : text) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
+  return text;
 }
 
 int SyslogPriorityForLevel(int32_t level) {

@@ -20,6 +20,9 @@ std::optional<std::string> PreferencesFolderFrom(const char* home, const char* x
 // 1000 to 1006 map to LOG_EMERG to LOG_INFO; anything else is LOG_NOTICE.
 int SyslogPriorityForLevel(int32_t level);
 
+// text with every CR and LF turned into a blank, so that it is written as one line.
+std::string AsOneLine(std::string text);
+
 // Seconds since 1904-01-01 00:00:00 of the wall-clock fields of tm.
 int64_t WallClockSecondsFrom(const std::tm& tm);
 
