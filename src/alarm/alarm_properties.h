@@ -1,0 +1,156 @@
+// The alarm record's properties, in declared order: each name with its type. This list is the one
+// source of the record's members and of its property table (alarm_item.h); the name of each is
+// also the tag under which an alarm's saved text holds its value, so the spellings are fixed,
+// "Supress" and "SMTPSPassword" included.
+//
+// Types: String (text), Int32, Boolean, Double, FolderItem (a shared FolderItem or nil) and
+// BooleanArray (the record's own array of flags, made by its initialiser).
+
+#ifndef QUELLMARK_ALARM_ALARM_PROPERTIES_H_
+#define QUELLMARK_ALARM_ALARM_PROPERTIES_H_
+
+#define QUELLMARK_ALARM_PROPERTIES(P)      \
+  P(viTunesPlaylistName, String)           \
+  P(vShellCommand, String)                 \
+  P(vSMTPServer, String)                   \
+  P(vSMTPLogin, String)                    \
+  P(vSMTPPassword, String)                 \
+  P(vEMailSubject, String)                 \
+  P(vSMTPSender, String)                   \
+  P(vSMTPPort, Int32)                      \
+  P(vEMailRecipient, String)               \
+  P(vEMailBody, String)                    \
+  P(vKeepEnabled, Boolean)                 \
+  P(vQTAutoStop, Boolean)                  \
+  P(vQTAutoStopSeconds, Int32)             \
+  P(vQTFadeIn, Boolean)                    \
+  P(vQTFadeInSeconds, Int32)               \
+  P(vQTVolume, Int32)                      \
+  P(vAlertText, String)                    \
+  P(vURLStream, String)                    \
+  P(vURLOpen, String)                      \
+  P(vAudioVideoFile, FolderItem)           \
+  P(vOpenFile, FolderItem)                 \
+  P(dAlarmFormat, String)                  \
+  P(dHour, Int32)                          \
+  P(dMinute, Int32)                        \
+  P(dMonth, String)                        \
+  P(dYear, String)                         \
+  P(dDay, String)                          \
+  P(vSMTPRecipient, String)                \
+  P(vSMTPMessage, String)                  \
+  P(vSMTPSubject, String)                  \
+  P(dMonthlyWeekday, BooleanArray)         \
+  P(dMonthlyWeekNum, BooleanArray)         \
+  P(dMonthlyMonth, String)                 \
+  P(dHourlyMinute, Int32)                  \
+  P(vQTLoopCount, Int32)                   \
+  P(mEnabled, Boolean)                     \
+  P(mLastRung, Double)                     \
+  P(vQTPlayback, String)                   \
+  P(uIndex, Int32)                         \
+  P(mSleepSeconds, Double)                 \
+  P(dMonthlyToLast, Boolean)               \
+  P(vAlertTextSpeak, String)               \
+  P(viTunesRandomVolume, Int32)            \
+  P(viTunesRandomChangeVolume, Boolean)    \
+  P(viTunesStopVolume, Int32)              \
+  P(viTunesStopChangeVolume, Boolean)      \
+  P(viTunesPauseVolume, Int32)             \
+  P(viTunesPauseChangeVolume, Boolean)     \
+  P(vPrimaryLoopCount, Int32)              \
+  P(vPrimaryAutoStop, Boolean)             \
+  P(vPrimaryAutoStopSeconds, Int32)        \
+  P(vPrimaryFadeIn, Boolean)               \
+  P(vPrimaryFadeInSeconds, Int32)          \
+  P(vPrimaryPlayback, String)              \
+  P(vPrimaryVolume, Int32)                 \
+  P(xEventPrimary, Boolean)                \
+  P(xEventAV, Boolean)                     \
+  P(xEventOpen, Boolean)                   \
+  P(xEventiTunesWebRadio, Boolean)         \
+  P(xEventiTunesPlaylist, Boolean)         \
+  P(xEventiTunesRandom, Boolean)           \
+  P(xEventiTunesStop, Boolean)             \
+  P(xEventiTunesPauseResume, Boolean)      \
+  P(xEventGoUrl, Boolean)                  \
+  P(xEventSendMail, Boolean)               \
+  P(xEventComposeMail, Boolean)            \
+  P(xEventPPPConnect, Boolean)             \
+  P(xEventPPPDisconnect, Boolean)          \
+  P(xEventShellCommand, Boolean)           \
+  P(xEventAlertDisplay, Boolean)           \
+  P(xEventAlertSpeak, Boolean)             \
+  P(xEventAlertBounce, Boolean)            \
+  P(viTunesStreamChangeVolume, Boolean)    \
+  P(viTunesStreamVolume, Int32)            \
+  P(viTunesPlaylistVolume, Int32)          \
+  P(viTunesPlaylistChangeVolume, Boolean)  \
+  P(vEnsureAwake, Boolean)                 \
+  P(dAlarmName, String)                    \
+  P(xEventScreensaver, Boolean)            \
+  P(xEventCoreSystem, Boolean)             \
+  P(vCoreSystemEvent, String)              \
+  P(vScreensaverEvent, String)             \
+  P(xEventScreenshot, Boolean)             \
+  P(vScreenshotLocation, FolderItem)       \
+  P(isImported, Boolean)                   \
+  P(xEventSpeakRandom, Boolean)            \
+  P(xEventShowRandom, Boolean)             \
+  P(vShowRandom, String)                   \
+  P(vSpeakRandom, String)                  \
+  P(dTimerMinute, Int32)                   \
+  P(dTimerHour, Int32)                     \
+  P(dTimerSecond, Int32)                   \
+  P(vModemCommand, String)                 \
+  P(vModemPort, Int32)                     \
+  P(xEventModemCommand, Boolean)           \
+  P(vSMTPAttachment, String)               \
+  P(viTunesPlaylistFadeIn, Boolean)        \
+  P(viTunesPlaylistFadeInSeconds, Int32)   \
+  P(viTunesPlaylistAutoStop, Boolean)      \
+  P(viTunesPlaylistAutoStopSeconds, Int32) \
+  P(viTunesRandomFadeInSeconds, Int32)     \
+  P(viTunesRandomFadeIn, Boolean)          \
+  P(viTunesRandomAutoStop, Boolean)        \
+  P(viTunesRandomAutoStopSeconds, Int32)   \
+  P(viTunesStreamAutoStop, Boolean)        \
+  P(viTunesStreamAutoStopSeconds, Int32)   \
+  P(viTunesStreamFadeIn, Boolean)          \
+  P(viTunesStreamFadeInSeconds, Int32)     \
+  P(xEventTextMessage, Boolean)            \
+  P(vTextMsgMessage, String)               \
+  P(vTextMsgFrom, String)                  \
+  P(vTextMsgRecipient, String)             \
+  P(vTextMsgSMTPServer, String)            \
+  P(vTextMsgCarrier, String)               \
+  P(vTextMsgSMTPPort, Int32)               \
+  P(vTextMsgSMTPLogin, String)             \
+  P(vTextMsgSMTPSPassword, String)         \
+  P(bCancelNotSnooze, Boolean)             \
+  P(xEventForceForeground, Boolean)        \
+  P(viTunesStreamSupress, Boolean)         \
+  P(viTunesRandomSupress, Boolean)         \
+  P(viTunesPlaylistSupress, Boolean)       \
+  P(vTextMsgSMTPSecure, Boolean)           \
+  P(vPrimaryFadeOutSeconds, Int32)         \
+  P(vQTFadeOutSeconds, Int32)              \
+  P(vQTFadeOut, Boolean)                   \
+  P(vPrimaryFadeOut, Boolean)              \
+  P(vPrimaryLoopStyle, Int32)              \
+  P(vQTLoopStyle, Int32)                   \
+  P(vSMTPSecure, Boolean)                  \
+  P(xEventQuit, Boolean)                   \
+  P(vSendShotFrom, String)                 \
+  P(vSendShotRecipient, String)            \
+  P(vSendShotMessage, String)              \
+  P(vSendShotQuality, Int32)               \
+  P(vSendShotSMTPLogin, String)            \
+  P(vSendShotSMTPPort, Int32)              \
+  P(vSendShotSMTPServer, String)           \
+  P(vSendShotSMTPSPassword, String)        \
+  P(vSendShotSMTPSecure, Boolean)          \
+  P(xEventSendShot, Boolean)               \
+  P(viTunesPlaylistRandom, Boolean)
+
+#endif  // QUELLMARK_ALARM_ALARM_PROPERTIES_H_
