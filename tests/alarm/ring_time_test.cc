@@ -1,0 +1,170 @@
+#include "alarm/alarm_item.h"
+
+#include <gtest/gtest.h>
+#include <time.h>
+
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <iomanip>
+#include <tuple>
+#include <utility>
+
+#include "alarm/ring_offset.h"
+#include "fake_env.h"
+
+namespace quellmark {
+namespace {
+
+constexpr int64_t kDay = 86400, kUnixEpoch = 2082844800;  // 1970-01-01 on the 1904 scale
+
+// The C library's calendar, not the code under test, spells and reads the moments.
+int64_t At(int year, int month, int day, int hour = 0, int minute = 0, int second = 0) {
+  std::tm t{};
+  t.tm_year = year - 1900, t.tm_mon = month - 1, t.tm_mday = day;
+  t.tm_hour = hour, t.tm_min = minute, t.tm_sec = second;
+  return static_cast<int64_t>(timegm(&t)) + kUnixEpoch;
+}
+std::tm Civil(int64_t seconds) {
+  const auto t = static_cast<time_t>(seconds - kUnixEpoch);
+  std::tm out{};
+  return *gmtime_r(&t, &out);
+}
+
+class RingTime : public ::testing::Test {
+ protected:
+  ~RingTime() override { GlobalMethods::iRingOffset = 0; }
+
+  // The answer at moment with the clock standing there too; asking with nil must agree.
+  bool Rings(const AlarmItem& alarm, int64_t moment, bool date_only = false) {
+    env_.now = moment;
+    const Date given = Date::FromTotalSeconds(static_cast<double>(moment));
+    const bool answer = alarm.isRingTime(&given, date_only);
+    EXPECT_EQ(alarm.isRingTime(nullptr, date_only), answer) << "nil now at " << moment;
+    return answer;
+  }
+
+  FakeEnv env_;
+};
+
+// Four years (a leap year; Decembers, whose count goes through January and back through month 0)
+// against the closed-form occurrence of each day's weekday from the month's start or end. Format
+// names follow the runtime's one case rule, so the capitalised spelling must work as well.
+TEST_F(RingTime, MonthlyRingsOnTheChosenOccurrencesOfItsWeekdaysInItsMonths) {
+  // dMonthlyMonth as saved, and the one month it restricts the alarm to (0: every month).
+  const std::tuple<const char*, int> kMonths[] = {{"", 0}, {"3", 3}, {"13", 0}, {"0", 0}, {"x", 0}};
+  for (const bool to_last : {false, true}) {
+    for (int32_t week = 1; week <= (to_last ? 2 : 5); ++week) {
+      for (const auto& [text, only] : kMonths) {
+        AlarmItem alarm;
+        alarm.dAlarmFormat = week % 2 ? "monthly" : "MONTHLY", alarm.dMonthlyToLast = to_last;
+        alarm.dMonthlyMonth = text, alarm.dHour = 4 * week, alarm.dMinute = 59 - week;
+        const int32_t one = week % 7, other = (week + 3) % 7;  // Sunday is element 0
+        alarm.dMonthlyWeekday->Set(one, true), alarm.dMonthlyWeekday->Set(other, true);
+        alarm.dMonthlyWeekNum->Set(week - 1, true);
+        for (int64_t day = At(2024, 1, 1); day < At(2028, 1, 1); day += kDay) {
+          const std::tm t = Civil(day);
+          const int length = Civil(At(t.tm_year + 1900, t.tm_mon + 2, 0)).tm_mday;
+          const int occurrence = (to_last ? length - t.tm_mday : t.tm_mday - 1) / 7 + 1;
+          const bool rings = (t.tm_wday == one || t.tm_wday == other) && occurrence == week &&
+                             (only == 0 || only == t.tm_mon + 1);
+          const int64_t at = day + alarm.dHour * 3600 + alarm.dMinute * 60;
+          ASSERT_EQ(
+              (std::array{Rings(alarm, at + 59), Rings(alarm, at + 60), Rings(alarm, day, true)}),
+              (std::array{rings, false, rings}))
+              << std::put_time(&t, "%F") << " week " << week << (to_last ? " from the end" : "")
+              << ", " << text;
+        }
+        // Asking changed nothing: the flags are still exactly those set.
+        for (int32_t k = 0; k < 7; ++k) {
+          ASSERT_EQ(alarm.dMonthlyWeekday->Get(k), k == one || k == other);
+        }
+        for (int32_t k = 0; k < 5; ++k) ASSERT_EQ(alarm.dMonthlyWeekNum->Get(k), k == week - 1);
+      }
+    }
+  }
+}
+
+TEST_F(RingTime, CalendarRingsOnTheDayItsFieldsSpellAnEmptyFieldMatchingAny) {
+  // The fields as saved, and the day they ring on: 0 stands for any, a year of -1 for never.
+  using Row = std::tuple<const char*, const char*, const char*, const char*, int, int, int>;
+  const Row kCases[] = {
+      {"", "", "", "", 0, 0, 0},              // every day
+      {"weekly", "", "", "15", 0, 0, 15},     // the 15th of every month; any other format is a date
+      {"", "2025", "2", "28", 2025, 2, 28},   // once
+      {"", "2024", "3", "0", 2024, 2, 29},    // day 0 is the last day of the month before
+      {"", "2025", "0", "31", 2024, 12, 31},  // month 0 is December of the year before
+      {"", "2025", "x", "1", 2024, 12, 1},    // text that is no number reads as 0
+      {"", "", "", "0", -1, 0, 0},            // always the day before the one tested: never
+  };
+  for (const auto& [format, year, month, day, y, m, d] : kCases) {
+    AlarmItem alarm;
+    alarm.dAlarmFormat = format, alarm.dYear = year, alarm.dMonth = month, alarm.dDay = day;
+    alarm.dHour = 7, alarm.dMinute = 30;
+    for (int64_t n = At(2024, 1, 1); n < At(2026, 1, 1); n += kDay) {
+      const std::tm t = Civil(n);
+      const bool rings = y >= 0 && (y == 0 || y == t.tm_year + 1900) &&
+                         (m == 0 || m == t.tm_mon + 1) && (d == 0 || d == t.tm_mday);
+      const int64_t at = n + 7 * 3600 + 30 * 60;
+      ASSERT_EQ((std::array{Rings(alarm, at + 59), Rings(alarm, at - 1), Rings(alarm, at + 60),
+                            Rings(alarm, n, true), Rings(alarm, n + kDay - 1, true)}),
+                (std::array{rings, false, false, rings, rings}))
+          << std::put_time(&t, "%F ") << year << "/" << month << "/" << day << " '" << format
+          << "'";
+    }
+  }
+}
+
+TEST_F(RingTime, HourlyRingsThroughoutItsMinuteOfEveryHourWhateverTheHour) {
+  AlarmItem alarm;
+  alarm.dAlarmFormat = "Hourly", alarm.dHour = 13, alarm.dHourlyMinute = 0;
+  for (int64_t hour = At(2024, 12, 31); hour < At(2025, 1, 2); hour += 3600) {
+    for (int64_t s = -60; s < 120; ++s) {  // dateOnly, on every other second, changes nothing
+      EXPECT_EQ(Rings(alarm, hour + s, s % 2 == 0), s >= 0 && s < 60) << hour << " " << s;
+    }
+  }
+}
+
+TEST_F(RingTime, TimerRingsFromTheSecondItsCountdownEndsNotFromAWholeMinute) {
+  const int64_t last = At(2025, 3, 9, 12, 0, 17);
+  // The countdown's hours, minutes and seconds, and the ring offset in minutes.
+  const std::array<int, 4> kRows[] = {{0, 10, 0, 0}, {1, 0, 5, 0}, {0, 0, 0, 0}, {0, 10, 0, 5}};
+  AlarmItem alarm;
+  alarm.dAlarmFormat = "timer", alarm.mLastRung = static_cast<double>(last);
+  for (const auto& [h, m, s, offset] : kRows) {
+    alarm.dTimerHour = h, alarm.dTimerMinute = m, alarm.dTimerSecond = s;
+    GlobalMethods::iRingOffset = offset;
+    const int64_t due = last + h * 3600 + m * 60 + s - offset * 60;
+    EXPECT_EQ((std::array{Rings(alarm, due - 1), Rings(alarm, due), Rings(alarm, due + 1, true),
+                          Rings(alarm, due + 400 * kDay)}),
+              (std::array{false, true, true, true}))
+        << h << ":" << m << ":" << s << " offset " << offset;
+  }
+  EXPECT_EQ(alarm.mLastRung, static_cast<double>(last));  // asking does not restart it
+  // The test is written as "not before", so a last-rung time that compares with nothing rings.
+  alarm.mLastRung = std::nan("");
+  EXPECT_TRUE(Rings(alarm, last));
+}
+
+TEST_F(RingTime, OffsetRingsItsMinutesEarlyButFromThe31stNotIntoTheNextMonth) {
+  AlarmItem daily, first_saturday;  // 1 February and 1 March 2025 are Saturdays
+  daily.dMinute = first_saturday.dMinute = 3, first_saturday.dAlarmFormat = "monthly";
+  first_saturday.dMonthlyWeekday->Set(6, true), first_saturday.dMonthlyWeekNum->Set(0, true);
+  GlobalMethods::iRingOffset = 5;
+  AlarmItem morning;
+  morning.dHour = 7, morning.dMinute = 30;
+  // The whole minute five minutes early rings, also when that is the evening before.
+  for (const auto& [alarm, start] :
+       {std::pair{&morning, At(2025, 6, 17, 7, 25)}, std::pair{&daily, At(2025, 6, 17, 23, 58)}}) {
+    for (int64_t s = -1; s <= 60; ++s) EXPECT_EQ(Rings(*alarm, start + s), s >= 0 && s < 60) << s;
+  }
+  // The target's month is set while it still holds today's day number, so on 31 January it rolls
+  // into March and 1 February 00:03 is never found; alarms have always stayed silent there.
+  for (const AlarmItem* alarm : {&daily, &first_saturday}) {
+    EXPECT_FALSE(Rings(*alarm, At(2025, 1, 31, 23, 58))) << alarm->dAlarmFormat;
+    EXPECT_TRUE(Rings(*alarm, At(2025, 2, 28, 23, 58))) << alarm->dAlarmFormat;  // 28 fits March
+  }
+}
+
+}  // namespace
+}  // namespace quellmark

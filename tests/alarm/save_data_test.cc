@@ -1,0 +1,146 @@
+#include "alarm/alarm_item.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <tuple>
+
+#include "alarm/ring_offset.h"
+#include "fake_env.h"
+#include "runtime/numbers.h"
+#include "text/xml_value.h"
+
+namespace quellmark {
+namespace {
+
+// A property's value as text: flag arrays one digit per element, folder items by path.
+std::string Text(const String& s) { return s.Bytes(); }
+std::string Text(const Ref<FolderItem>& item) { return item == nullptr ? "nil" : item->Path(); }
+std::string Text(const Ref<Array<bool>>& flags) {
+  std::string digits;
+  for (int32_t i = 0; i <= flags->UBound(); ++i) digits += flags->Get(i) ? '1' : '0';
+  return digits;
+}
+std::string Text(auto value) { return std::to_string(value); }
+std::string Show(const AlarmItem& item, std::string_view name) {
+  const PropertyInfo* p = FindAlarmProperty(name);
+  return p == nullptr ? "no such property"
+                      : std::visit([&](auto member) { return Text(item.*member); }, p->member);
+}
+
+bool OneOf(std::string_view name, std::initializer_list<std::string_view> names) {
+  return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+// value under every property's name and every flag's tag, one past each flag list's end included.
+std::string EveryTag(const std::string& value) {
+  std::string block;
+  const auto add = [&](const std::string& t) { block += "<" + t + ">" + value + "</" + t + ">"; };
+  for (const PropertyInfo& p : kAlarmItemProperties) add(std::string(p.name));
+  for (int i = 0; i <= 7; ++i) add("dMonthlyWeekday-" + std::to_string(i));
+  for (int i = 0; i <= 5; ++i) add("dMonthlyWeekNum-" + std::to_string(i));
+  return block;
+}
+
+struct RuleCase {
+  const char* value;  // written under every tag; nullptr: no tags at all
+  const char *text, *number, *decoded_number, *flag, *modem_port, *port, *file;
+};
+void PrintTo(const RuleCase& c, std::ostream* out) { *out << (c.value ? c.value : "(no tags)"); }
+
+std::string Expected(const PropertyInfo& p, const RuleCase& c) {
+  const std::string fresh = Show(AlarmItem(), p.name);
+  if (OneOf(p.name, {"uIndex", "mSleepSeconds", "mLastRung"})) return fresh;
+  if (OneOf(p.name, {"vSMTPPort", "vTextMsgSMTPPort", "vSendShotSMTPPort"})) return c.port;
+  if (OneOf(p.name, {"vPrimaryLoopCount", "vPrimaryLoopStyle", "vQTLoopCount", "vQTLoopStyle",
+                     "vSendShotQuality"})) {
+    return c.decoded_number;
+  }
+  if (p.type == PropertyType::kString) return c.text;
+  if (p.type == PropertyType::kBoolean) return c.flag;
+  if (p.type == PropertyType::kFolderItem) return c.file;
+  if (p.type == PropertyType::kBooleanArray) return std::string(fresh.size(), *c.flag);
+  return p.name == "vModemPort" ? c.modem_port : c.number;
+}
+
+class SaveDataRuleTest : public testing::TestWithParam<RuleCase> {};
+
+// Each tag stands twice, the later element holding "9": only the first may be read.
+TEST_P(SaveDataRuleTest, SetsEveryPropertyByItsRuleAndNoOther) {
+  const RuleCase& c = GetParam();
+  AlarmItem item;
+  // Set beforehand, to show that a file the block does not name is kept.
+  item.vAudioVideoFile = item.vOpenFile = item.vScreenshotLocation = Ref<FolderItem>::New("/kept");
+  item.putSaveData(c.value == nullptr ? String() : String(EveryTag(c.value) + EveryTag("9")));
+  for (const PropertyInfo& p : kAlarmItemProperties) {
+    EXPECT_EQ(Show(item, p.name), Expected(p, c)) << p.name;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    SaveDataRules, SaveDataRuleTest,
+    testing::Values(  // value, text, number, decoded number, flag, modem port, port, file
+        RuleCase{nullptr, "", "0", "0", "0", "0", "25", "/kept"},
+        RuleCase{"", "", "0", "0", "0", "0", "25", "/kept"},
+        RuleCase{"a%20b+c%2", "a b+c%2", "0", "0", "0", "0", "0", "/kept"},
+        RuleCase{"%33", "3", "0", "3", "0", "0", "0", "/kept"},  // five numbers are decoded
+        RuleCase{" 12.9", " 12.9", "12", "12", "0", "12", "12", "/kept"},
+        RuleCase{"1e3", "1e3", "1000", "1000", "0", "1", "1000", "/kept"},  // no Val for the modem
+        RuleCase{"-7x", "-7x", "-7", "-7", "0", "-7", "-7", "/kept"},
+        RuleCase{"587", "587", "587", "587", "0", "587", "587", "/kept"},
+        RuleCase{"tRUE", "tRUE", "0", "0", "1", "0", "0", "/kept"},
+        RuleCase{"%54rue", "True", "0", "0", "0", "0", "0", "/kept"},  // flags are not decoded
+        RuleCase{"True ", "True ", "0", "0", "0", "0", "0", "/kept"},
+        RuleCase{"%2Fbin%2Fsh", "/bin/sh", "0", "0", "0", "0", "0", "/bin/sh"},
+        RuleCase{"%2Fno%2Fsuch", "/no/such", "0", "0", "0", "0", "0", "/kept"}));
+
+// The offset is turned into seconds in 32 bits, so 40,000,000 minutes (2,400,000,000 seconds)
+// wrap round to 1,894,967,296 seconds before the clock.
+TEST(SaveDataTest, ATimerCountsFromTheClockShiftedByTheRingOffset) {
+  FakeEnv env;
+  env.now = 3'000'000'000;
+  const double now = 3e9, kept = 12.5;
+  const std::tuple<const char*, int32_t, double> rows[] = {
+      {"timer", 5, now + 300},    {"TIMER", 0, now},
+      {"Ti%6Der", -3, now - 180}, {"timer", 40'000'000, now - 1'894'967'296},
+      {"timer ", 5, kept},        {"daily", 5, kept}};
+  for (const auto& [format, offset, last_rung] : rows) {
+    GlobalMethods::iRingOffset = offset;
+    AlarmItem item;
+    item.mLastRung = kept;
+    item.putSaveData(String("<dAlarmFormat>" + std::string(format) + "</dAlarmFormat>"));
+    EXPECT_EQ(item.mLastRung, last_rung) << format << " with offset " << offset;
+  }
+  GlobalMethods::iRingOffset = 0;
+}
+
+// Whatever the bytes, nothing throws and the block reads as the plain tag lookup reads it: tags
+// in any case, the first element of each, each flag from its own element only.
+TEST(SaveDataTest, AnyBytesReadAsTheTagLookupReadsThem) {
+  const String pieces(
+      "<dHour>|</DHOUR>|<mEnabled>|</menabled>|<dMonthlyWeekday-1>|"
+      "</dMonthlyWeekday-1>|<dMonthlyWeekday-10>|</dMonthlyWeekday-10>|True|7|<|>");
+  std::mt19937 random(7);
+  for (int n = 0; n < 5000; ++n) {
+    std::string bytes;
+    while (random() % 20 != 0) {
+      const int32_t piece = static_cast<int32_t>(random() % 13);  // 0: a random byte
+      bytes += piece == 0 ? std::string(1, static_cast<char>(random()))
+                          : NthField(pieces, "|", piece).Bytes();
+    }
+    const String block(bytes, TextEncoding::kNone);
+    AlarmItem item;
+    ASSERT_NO_THROW(item.putSaveData(block)) << bytes;
+    const auto value = [&](const char* tag) { return GlobalMethods::GetXMLValue(block, tag); };
+    EXPECT_EQ(item.dHour, DoubleToInt32(Val(VariantToString(value("dHour"))))) << bytes;
+    EXPECT_EQ(item.mEnabled, VariantToBoolean(value("mEnabled"))) << bytes;
+    EXPECT_EQ(Show(item, "dMonthlyWeekday"),
+              VariantToBoolean(value("dMonthlyWeekday-1")) ? "0100000" : "0000000")
+        << bytes;
+  }
+}
+
+}  // namespace
+}  // namespace quellmark
