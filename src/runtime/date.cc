@@ -55,11 +55,27 @@ void Date::SetSeconds(int64_t seconds) {
 
 void Date::SetCivil(int64_t year, int32_t month, int64_t day) {
   const int64_t days = DaysFromCivil(year, month, day) - kEpochDays;
+  // A date that is already valid needs no normalising: keep its fields as given.
+  if (year >= std::numeric_limits<int32_t>::min() && year <= std::numeric_limits<int32_t>::max() &&
+      day >= 1 && day <= calendar::DaysInMonth(year, month)) {
+    seconds_ = days * kSecondsPerDay + second_of_day_;
+    year_ = static_cast<int32_t>(year);
+    month_ = month;
+    day_ = static_cast<int32_t>(day);
+    return;
+  }
   SetSeconds(days * kSecondsPerDay + second_of_day_);
 }
 
-int64_t Date::TimeOfDayShifted(int64_t hour, int64_t minute, int64_t second) const {
-  return FloorDiv(seconds_, kSecondsPerDay) * kSecondsPerDay + hour * 3600 + minute * 60 + second;
+void Date::SetTimeOfDay(int64_t hour, int64_t minute, int64_t second) {
+  const int64_t time = hour * 3600 + minute * 60 + second;
+  // Within the day only the time changes, and the moment stays within the day's bounds.
+  if (time >= 0 && time < kSecondsPerDay) {
+    seconds_ += time - second_of_day_;
+    second_of_day_ = static_cast<int32_t>(time);
+    return;
+  }
+  SetSeconds(seconds_ - second_of_day_ + time);
 }
 
 void Date::SetYear(int32_t year) { SetCivil(year, month_, day_); }
@@ -80,11 +96,11 @@ void Date::SetDay(int32_t day) {
   SetCivil(year_, month_, day);
 }
 
-void Date::SetHour(int32_t hour) { SetSeconds(TimeOfDayShifted(hour, Minute(), Second())); }
+void Date::SetHour(int32_t hour) { SetTimeOfDay(hour, Minute(), Second()); }
 
-void Date::SetMinute(int32_t minute) { SetSeconds(TimeOfDayShifted(Hour(), minute, Second())); }
+void Date::SetMinute(int32_t minute) { SetTimeOfDay(Hour(), minute, Second()); }
 
-void Date::SetSecond(int32_t second) { SetSeconds(TimeOfDayShifted(Hour(), Minute(), second)); }
+void Date::SetSecond(int32_t second) { SetTimeOfDay(Hour(), Minute(), second); }
 
 void Date::SetTotalSeconds(double seconds) {
   if (std::isnan(seconds)) return SetSeconds(0);

@@ -54,7 +54,7 @@ class Date {
 
   void SetSeconds(int64_t seconds);                         // clamps, then derives the fields
   void SetCivil(int64_t year, int32_t month, int64_t day);  // keeps the time of day
-  int64_t TimeOfDayShifted(int64_t hour, int64_t minute, int64_t second) const;
+  void SetTimeOfDay(int64_t hour, int64_t minute, int64_t second);  // any values; normalises
 
   int64_t seconds_ = 0;  // since the epoch, on the local wall-clock scale
   int32_t year_ = 1904;
