@@ -1,0 +1,92 @@
+#include "app/app.h"
+
+#include "alarm/ring_offset.h"
+#include "app/preferences.h"
+#include "app/tolvane_search.h"
+#include "runtime/numbers.h"
+#include "runtime/shell.h"
+#include "runtime/system_log.h"
+#include "text/url_decoding.h"
+
+namespace quellmark {
+
+int32_t App::Run(const std::vector<String>& /*args*/) {
+  dLastLaunch = Ref<Date>::New(Date::Now());
+
+  String settings;
+  switch (ReadPreferenceSettings(settings)) {
+    case PreferencesOutcome::kNotFound:
+      System::Log(kQuitMessageLevel, kNoPreferencesMessage);
+      return 0;
+    case PreferencesOutcome::kNotOpenable:
+      System::Log(kQuitMessageLevel, kUnreadablePreferencesMessage);
+      return 0;
+    case PreferencesOutcome::kRead:
+      break;
+  }
+  GlobalMethods::iRingOffset = DoubleToInt32(Val(SettingText(settings, "iRingOffset")));
+  dLastLaunch->SetTotalSeconds(Val(SettingText(settings, "LastLaunch")));
+
+  // Tolvane is located before the alarms are looked at, so a file without alarms still costs
+  // a search when the saved location is stale.
+  FTolvaneItem = LocateTolvane(
+      GlobalMethods::DecodingFromURLVelmora(SettingText(settings, "LastApplicationLocation")));
+  if (FTolvaneItem == nullptr || !FTolvaneItem->Exists() || !FTolvaneItem->Directory()) {
+    System::Log(kQuitMessageLevel, kNoApplicationMessage);
+    return 0;
+  }
+
+  String list = SettingText(settings, "new-alarms");
+  settings = String();
+  if (CountFields(list, "<item>") <= 1) {
+    System::Log(kQuitMessageLevel, kNoAlarmsMessage);
+    return 0;
+  }
+  LoadAlarms(list);
+  list = String();  // the saved text is not needed while watching
+
+  // The loop has no exit of its own: the check pass ends the process when it launches Tolvane.
+  for (;;) {
+    checkAlarms();
+    DoEvents(1000);
+    YieldPoint();
+  }
+}
+
+void App::LoadAlarms(const String& list) {
+  ForEachItemBlock(list, [this](const String& block) {
+    const Ref<AlarmItem> item = Ref<AlarmItem>::New();
+    item->putSaveData(block);
+    alarmArray.Append(item->DuplicateMe());
+    YieldPoint();
+  });
+}
+
+void App::checkAlarms() {
+  const Date now = Date::Now();
+  const int32_t last = alarmArray.UBound();
+  for (int32_t i = 0; i <= last; ++i) {
+    const Ref<AlarmItem> alarm = alarmArray.Get(i);
+    // Every alarm is asked, the disabled ones too; the enabled flag only matters once it rings.
+    if (alarm->isRingTime(nullptr, false) && alarm->mEnabled) {
+      // A missing Tolvane loses this pass's ringing silently; the next pass tries again.
+      if (FTolvaneItem != nullptr && FTolvaneItem->Exists()) {
+        // Compared as text to the minute: Tolvane is never launched twice in one minute.
+        const bool launched_this_minute =
+            now.LongDate() + now.ShortTime() == dLastLaunch->LongDate() + dLastLaunch->ShortTime();
+        if (!launched_this_minute) LaunchTolvaneAndQuit();
+      }
+    }
+    YieldPoint();
+  }
+}
+
+void App::LaunchTolvaneAndQuit() {
+  // ShellPath makes the path exactly one shell word; nothing is added around it.
+  const Ref<Shell> shell = Ref<Shell>::New();
+  if (shell != nullptr) shell->Execute("open -a " + FTolvaneItem->ShellPath());
+  // Quit never returns, so a second ringing alarm in this pass cannot launch Tolvane again.
+  Quit(0);
+}
+
+}  // namespace quellmark

@@ -1,0 +1,36 @@
+// Tolvane's preferences file, read only: finding and reading it, the settings the service takes
+// from it, and the cutting of its alarm list into one block per alarm.
+//
+// Every value is found by GetXMLValue's tag rule inside the "settings" element; an absent value
+// is never an error, it reads as "" (and so as 0 for numbers).
+
+#ifndef QUELLMARK_APP_PREFERENCES_H_
+#define QUELLMARK_APP_PREFERENCES_H_
+
+#include <functional>
+
+#include "runtime/string_value.h"
+
+namespace quellmark {
+
+inline constexpr const char* kPreferencesFileName = "com.velmora.Tolvane.xml";
+
+enum class PreferencesOutcome { kRead, kNotFound, kNotOpenable };
+
+// Reads the preferences file once, whole, and closes it; on kRead, settings holds the text of
+// its "settings" element and nothing else of the file is kept. A missing preferences folder
+// throws NilObjectException.
+PreferencesOutcome ReadPreferenceSettings(String& settings);
+
+// A setting's text as it stands (not decoded).
+String SettingText(const String& settings, const String& key);
+
+// Calls visit with the block of every alarm of list, in order: the text after each "<item>" up
+// to the next "<item>", cut at its first "</item>". Text before the first "<item>" and after an
+// item's "</item>" is ignored. Each block is exactly NthField(NthField(list, "<item>", i),
+// "</item>", 1) for i from 2 to CountFields(list, "<item>"), but the whole walk is one pass.
+void ForEachItemBlock(const String& list, const std::function<void(const String&)>& visit);
+
+}  // namespace quellmark
+
+#endif  // QUELLMARK_APP_PREFERENCES_H_
