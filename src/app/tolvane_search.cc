@@ -13,7 +13,7 @@ bool IsTolvaneName(const String& name) {
 
 Ref<FolderItem> LocateTolvane(const String& location) {
   if (Len(location) > 0) {
-    const Ref<FolderItem> saved = GetFolderItem(location, 0);
+    Ref<FolderItem> saved = GetFolderItem(location, 0);
     if (saved != nullptr && saved->Exists() && saved->Directory()) return saved;
   }
   return SearchForTolvane(SpecialFolder::Applications());
@@ -27,7 +27,7 @@ Ref<FolderItem> SearchForTolvane(const Ref<FolderItem>& root) {
     if (head->Directory()) {
       // The count is read again on every step, as the folder may change while it is walked.
       for (int32_t i = 1; i <= head->Count(); ++i) {
-        const Ref<FolderItem> child = head->TrueItem(i);
+        Ref<FolderItem> child = head->TrueItem(i);
         if (IsTolvaneName(child->Name())) return child;
         if (KindExt(child) == "Folder") folders.Append(child);
         YieldPoint();
