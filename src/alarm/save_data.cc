@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -250,22 +251,32 @@ String FlagListTag(std::string_view property, int32_t index) {
   return String(std::string(property)) + "-" + Str(index);
 }
 
-// Every tag of the saved form, for the one-pass index of a block.
-const TagSet& SaveDataTags() {
-  static const TagSet* const tags = [] {
+// Every tag of the saved form, numbered in the order read, for the one-pass index of a block:
+// each row's tag, or for a flag list its tags name-0, name-1, ... in turn.
+struct SaveDataTags {
+  SaveDataTags() {
     std::vector<std::string> keys;
-    for (const SaveDataRow& row : kSaveDataRows) {
+    for (size_t i = 0; i < std::size(kSaveDataRows); ++i) {
+      const SaveDataRow& row = kSaveDataRows[i];
+      first_tag[i] = static_cast<int32_t>(keys.size());
       if (row.rule != kFlagList) {
         keys.emplace_back(row.property);
         continue;
       }
-      for (int32_t i = 0; i <= FlagListUpperBound(row.property); ++i) {
-        keys.push_back(FlagListTag(row.property, i).Bytes());
+      for (int32_t index = 0; index <= FlagListUpperBound(row.property); ++index) {
+        keys.push_back(FlagListTag(row.property, index).Bytes());
       }
     }
-    return new TagSet(keys);
-  }();
-  return *tags;
+    set = std::make_unique<TagSet>(keys);
+  }
+
+  std::unique_ptr<TagSet> set;
+  std::array<int32_t, std::size(kSaveDataRows)> first_tag{};
+};
+
+const SaveDataTags& TagsOfTheSavedForm() {
+  static const SaveDataTags tags;
+  return tags;
 }
 
 int32_t NumberOf(const String& text) { return DoubleToInt32(Val(text)); }
@@ -275,10 +286,10 @@ bool FlagOf(const Variant& value) { return VariantToBoolean(GlobalMethods::Conve
 class SaveDataReader {
  public:
   SaveDataReader(AlarmItem& item, const String& data)
-      : item_(item), values_(SaveDataTags(), data) {}
+      : item_(item), values_(*TagsOfTheSavedForm().set, data) {}
 
-  void Read(const SaveDataRow& row, const PropertyInfo& property) {
-    const std::string_view tag = row.property;
+  // Reads row, whose tag (for a flag list, its first tag) is numbered tag in the index.
+  void Read(const SaveDataRow& row, const PropertyInfo& property, int32_t tag) {
     switch (row.rule) {
       case kText:
         Store<String>(property, GlobalMethods::DecodingFromURLVelmora(Text(tag)));
@@ -309,7 +320,7 @@ class SaveDataReader {
         ReadFile(property, GlobalMethods::DecodingFromURLVelmora(Text(tag)));
         break;
       case kFlagList:
-        ReadFlagList(property);
+        ReadFlagList(property, tag);
         break;
     }
   }
@@ -320,7 +331,7 @@ class SaveDataReader {
     item_.*std::get<T AlarmItem::*>(property.member) = std::move(value);
   }
 
-  String Text(std::string_view tag) const { return VariantToString(values_.Value(tag)); }
+  String Text(int32_t tag) const { return VariantToString(values_.Value(tag)); }
 
   // Stored only when the path is non-empty, names an item and something exists there; each
   // check looks the path up afresh, and anything else leaves the property as it was.
@@ -330,10 +341,11 @@ class SaveDataReader {
     }
   }
 
-  void ReadFlagList(const PropertyInfo& property) {
+  // The tags name-0, name-1, ... are numbered from first_tag on.
+  void ReadFlagList(const PropertyInfo& property, int32_t first_tag) {
     Array<bool>& flags = *(item_.*std::get<Ref<Array<bool>> AlarmItem::*>(property.member));
     for (int32_t i = 0; i <= FlagListUpperBound(property.name); ++i) {
-      flags.Set(i, FlagOf(values_.Value(FlagListTag(property.name, i).Bytes())));
+      flags.Set(i, FlagOf(values_.Value(first_tag + i)));
       YieldPoint();
     }
   }
@@ -352,7 +364,7 @@ void AlarmItem::putSaveData(const String& data) {
       mLastRung = start.TotalSeconds() +
                   static_cast<double>(WrappingMultiply(GlobalMethods::iRingOffset, 60));
     }
-    reader.Read(kSaveDataRows[i], *kRowProperties[i]);
+    reader.Read(kSaveDataRows[i], *kRowProperties[i], TagsOfTheSavedForm().first_tag[i]);
   }
 }
 

@@ -1,5 +1,7 @@
 #include "app/app.h"
 
+#include <optional>
+
 #include "alarm/ring_offset.h"
 #include "app/preferences.h"
 #include "app/tolvane_search.h"
@@ -13,37 +15,40 @@ namespace quellmark {
 int32_t App::Run(const std::vector<String>& /*args*/) {
   dLastLaunch = Ref<Date>::New(Date::Now());
 
-  String settings;
-  switch (ReadPreferenceSettings(settings)) {
-    case PreferencesOutcome::kNotFound:
-      System::Log(kQuitMessageLevel, kNoPreferencesMessage);
-      return 0;
-    case PreferencesOutcome::kNotOpenable:
-      System::Log(kQuitMessageLevel, kUnreadablePreferencesMessage);
-      return 0;
-    case PreferencesOutcome::kRead:
-      break;
-  }
-  GlobalMethods::iRingOffset = DoubleToInt32(Val(SettingText(settings, "iRingOffset")));
-  dLastLaunch->SetTotalSeconds(Val(SettingText(settings, "LastLaunch")));
+  // The settings live only in this block and the alarm list until the alarms are loaded: both
+  // may be as large as the file, and are not kept while the service watches.
+  std::optional<String> list;
+  {
+    String settings;
+    switch (ReadPreferenceSettings(settings)) {
+      case PreferencesOutcome::kNotFound:
+        System::Log(kQuitMessageLevel, kNoPreferencesMessage);
+        return 0;
+      case PreferencesOutcome::kNotOpenable:
+        System::Log(kQuitMessageLevel, kUnreadablePreferencesMessage);
+        return 0;
+      case PreferencesOutcome::kRead:
+        break;
+    }
+    GlobalMethods::iRingOffset = DoubleToInt32(Val(SettingText(settings, "iRingOffset")));
+    dLastLaunch->SetTotalSeconds(Val(SettingText(settings, "LastLaunch")));
 
-  // Tolvane is located before the alarms are looked at, so a file without alarms still costs
-  // a search when the saved location is stale.
-  FTolvaneItem = LocateTolvane(
-      GlobalMethods::DecodingFromURLVelmora(SettingText(settings, "LastApplicationLocation")));
-  if (FTolvaneItem == nullptr || !FTolvaneItem->Exists() || !FTolvaneItem->Directory()) {
-    System::Log(kQuitMessageLevel, kNoApplicationMessage);
-    return 0;
+    // Tolvane is located before the alarms are looked at, so a file without alarms still costs
+    // a search when the saved location is stale.
+    FTolvaneItem = LocateTolvane(
+        GlobalMethods::DecodingFromURLVelmora(SettingText(settings, "LastApplicationLocation")));
+    if (FTolvaneItem == nullptr || !FTolvaneItem->Exists() || !FTolvaneItem->Directory()) {
+      System::Log(kQuitMessageLevel, kNoApplicationMessage);
+      return 0;
+    }
+    list = SettingText(settings, "new-alarms");
   }
-
-  String list = SettingText(settings, "new-alarms");
-  settings = String();
-  if (CountFields(list, "<item>") <= 1) {
+  if (!HasItemBlocks(*list)) {
     System::Log(kQuitMessageLevel, kNoAlarmsMessage);
     return 0;
   }
-  LoadAlarms(list);
-  list = String();  // the saved text is not needed while watching
+  LoadAlarms(*list);
+  list.reset();
 
   // The loop has no exit of its own: the check pass ends the process when it launches Tolvane.
   for (;;) {

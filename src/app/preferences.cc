@@ -26,8 +26,21 @@ String SettingText(const String& settings, const String& key) {
   return VariantToString(GlobalMethods::GetXMLValue(settings, key));
 }
 
+namespace {
+
+const CaselessSearcher& ItemOpening() {
+  static const CaselessSearcher searcher("<item>");
+  return searcher;
+}
+
+}  // namespace
+
+bool HasItemBlocks(const String& list) {
+  return ItemOpening().Find(list.Bytes()) != std::string_view::npos;
+}
+
 void ForEachItemBlock(const String& list, const std::function<void(const String&)>& visit) {
-  static const CaselessSearcher opening("<item>");
+  const CaselessSearcher& opening = ItemOpening();
   static const CaselessSearcher closing("</item>");
   const std::string_view text = list.Bytes();
   for (size_t at = opening.Find(text); at != std::string_view::npos;) {

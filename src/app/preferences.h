@@ -25,6 +25,10 @@ PreferencesOutcome ReadPreferenceSettings(String& settings);
 // A setting's text as it stands (not decoded).
 String SettingText(const String& settings, const String& key);
 
+// Whether list holds an item block at all, that is CountFields(list, "<item>") > 1; the search
+// stops at the first "<item>".
+bool HasItemBlocks(const String& list);
+
 // Calls visit with the block of every alarm of list, in order: the text after each "<item>" up
 // to the next "<item>", cut at its first "</item>". Text before the first "<item>" and after an
 // item's "</item>" is ignored. Each block is exactly NthField(NthField(list, "<item>", i),

@@ -25,7 +25,10 @@ class CaselessSearcher {
   size_t size() const { return needle_.size(); }
 
  private:
+  size_t FindFromLoneFirst(std::string_view haystack, size_t from) const;
+
   std::string needle_;          // folded
+  bool first_is_lone_ = false;  // its first byte has no case and occurs nowhere else in it
   std::vector<size_t> border_;  // border_[k]: longest proper border of needle_[0, k + 1)
 };
 

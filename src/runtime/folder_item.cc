@@ -37,6 +37,20 @@ int64_t Nanoseconds(const timespec& t) { return int64_t{t.tv_sec} * 1000000000 +
 // clock that advances once a tick, and some file systems keep two-second times.
 constexpr int64_t kStampGranularity = 2'000'000'000;
 constexpr int64_t kRelistInterval = 1'000'000'000;
+constexpr int64_t kRecheckInterval = int64_t{FolderItem::kRecheckMilliseconds} * 1'000'000;
+
+FolderItem::ListedType TypeOf(const dirent& entry) {
+  switch (entry.d_type) {
+    case DT_DIR:
+      return FolderItem::ListedType::kFolder;
+    case DT_LNK:
+      return FolderItem::ListedType::kLink;
+    case DT_UNKNOWN:
+      return FolderItem::ListedType::kUnknown;
+    default:
+      return FolderItem::ListedType::kOther;
+  }
+}
 
 int64_t NowNanoseconds() {
   timespec now{};
@@ -72,6 +86,9 @@ Ref<FolderItem> FolderItem::Child(const String& name) const {
 }
 
 void FolderItem::RefreshListing() {
+  const int64_t checked_at = NowNanoseconds();
+  if (listed_ && checked_at - checked_at_ns_ < kRecheckInterval) return;
+  checked_at_ns_ = checked_at;
   struct stat st {};
   if (stat(path_.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
     entries_.clear();
@@ -90,11 +107,12 @@ void FolderItem::RefreshListing() {
   if (DIR* folder = opendir(path_.c_str()); folder != nullptr) {
     while (const dirent* entry = readdir(folder)) {
       const std::string_view name = entry->d_name;
-      if (name != "." && name != "..") entries_.emplace_back(name);
+      if (name != "." && name != "..") entries_.push_back({std::string(name), TypeOf(*entry)});
     }
     closedir(folder);
   }
-  std::sort(entries_.begin(), entries_.end());
+  std::sort(entries_.begin(), entries_.end(),
+            [](const Entry& a, const Entry& b) { return a.name < b.name; });
   listed_stamp_ = stamp;
   listed_at_ns_ = now;
   listed_ = true;
@@ -113,7 +131,8 @@ int32_t FolderItem::Count() {
 Ref<FolderItem> FolderItem::TrueItem(int32_t index) {
   if (!listed_) RefreshListing();
   if (index < 1 || static_cast<size_t>(index) > entries_.size()) return nullptr;
-  return Ref<FolderItem>::New(JoinPath(path_, entries_[static_cast<size_t>(index) - 1]));
+  const Entry& entry = entries_[static_cast<size_t>(index) - 1];
+  return Ref<FolderItem>::New(JoinPath(path_, entry.name), entry.type);
 }
 
 String FolderItem::ShellPath() const { return String(ShellQuotePath(path_), TextEncoding::kNone); }

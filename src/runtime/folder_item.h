@@ -23,9 +23,15 @@ class FolderItem {
  public:
   static constexpr const char* kClassName = "FolderItem";
 
-  explicit FolderItem(std::string path) : path_(std::move(path)) {}
+  // What a folder listing said an entry was, so that naming its kind needs no further call.
+  enum class ListedType { kUnknown, kFolder, kLink, kOther };
+
+  explicit FolderItem(std::string path, ListedType listed_type = ListedType::kUnknown)
+      : path_(std::move(path)), listed_type_(listed_type) {}
 
   const std::string& Path() const { return path_; }
+  // The type the listing that produced this item (TrueItem) saw; kUnknown otherwise.
+  ListedType Listed() const { return listed_type_; }
   // The last component of the path, extension included ("Tolvane.app").
   String Name() const;
   // Something (a link included, even one that points nowhere) is present at the path.
@@ -38,9 +44,10 @@ class FolderItem {
   Ref<FolderItem> Child(const String& name) const;
 
   // The number of entries of the folder ("." and ".." aside), 0 when it is not a readable
-  // folder. Each call checks the folder's change stamp and lists it again only when it changed
-  // (or, at most once a second, when it changed so lately that a coarse stamp could hide a later
-  // change), so a walk over n entries costs O(n) system calls, not O(n^2).
+  // folder. The folder is listed again when its change stamp moved (checked at most every
+  // kRecheckMilliseconds, so a walk over n entries does not cost a call per entry) or, at most
+  // once a second, when it changed so lately that a coarse stamp could hide a later change.
+  static constexpr int kRecheckMilliseconds = 2;
   int32_t Count();
   // Entry number index (1 to Count), entries ordered by name in byte order, as of the latest
   // listing; links are not followed. nil outside 1 to Count.
@@ -63,14 +70,21 @@ class FolderItem {
     bool operator==(const ChangeStamp&) const = default;
   };
 
+  struct Entry {
+    std::string name;
+    ListedType type;
+  };
+
   void RefreshListing();
 
   std::string path_;
+  ListedType listed_type_;
   ChangeStamp listed_stamp_;
   int64_t listed_at_ns_ = 0;
+  int64_t checked_at_ns_ = 0;
   bool listed_ = false;
   bool racy_ = false;
-  std::vector<std::string> entries_;
+  std::vector<Entry> entries_;
 };
 
 // The item at path. Mode 0, the only one, takes an absolute POSIX path; an empty or relative

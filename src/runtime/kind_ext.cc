@@ -29,10 +29,17 @@ bool HasPackageExtension(const std::string& name) {
 }
 
 String KindExt(const Ref<FolderItem>& item) {
-  struct stat st {};
-  if (lstat(item->Path().c_str(), &st) != 0) return String("");
-  if (S_ISLNK(st.st_mode)) return String("Alias");
-  if (!S_ISDIR(st.st_mode)) return String("Document");
+  // An item from a folder listing already knows its type: a search then needs no call per entry.
+  FolderItem::ListedType type = item->Listed();
+  if (type == FolderItem::ListedType::kUnknown) {
+    struct stat st {};
+    if (lstat(item->Path().c_str(), &st) != 0) return String("");
+    type = S_ISLNK(st.st_mode)   ? FolderItem::ListedType::kLink
+           : S_ISDIR(st.st_mode) ? FolderItem::ListedType::kFolder
+                                 : FolderItem::ListedType::kOther;
+  }
+  if (type == FolderItem::ListedType::kLink) return String("Alias");
+  if (type != FolderItem::ListedType::kFolder) return String("Document");
   const std::string name = item->Name().Bytes();
   if (EndsWithCaseless(name, ".app")) return String("Application");
   return String(HasPackageExtension(name) ? "Package" : "Folder");

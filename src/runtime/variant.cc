@@ -1,12 +1,15 @@
 #include "runtime/variant.h"
 
 #include <limits>
+#include <utility>
 
 namespace quellmark {
 
 Variant StringToVariant(const String& s) { return Variant(s); }
 
 String VariantToString(const Variant& v) { return v.StringValue(); }
+
+String VariantToString(Variant&& v) { return std::move(v).StringValue(); }
 
 int32_t VariantToInt32(const Variant& v) {
   const std::string& b = v.StringValue().Bytes();

@@ -15,7 +15,8 @@ class Variant {
  public:
   Variant() = default;
   explicit Variant(String value) : value_(std::move(value)) {}
-  const String& StringValue() const { return value_; }
+  const String& StringValue() const& { return value_; }
+  String StringValue() && { return std::move(value_); }
 
  private:
   String value_;
@@ -23,6 +24,8 @@ class Variant {
 
 Variant StringToVariant(const String& s);
 String VariantToString(const Variant& v);
+// From a temporary, the string is moved out rather than copied: values may be megabytes.
+String VariantToString(Variant&& v);
 // The whole number written at the start of the string: blanks, an optional sign, decimal
 // digits; anything after them is ignored ("12.9" is 12, "1e3" is 1). 0 when there are no digits;
 // saturates at the Int32 limits.

@@ -113,6 +113,10 @@ void TagIndex::Record(std::string_view content, size_t at) {
 Variant TagIndex::Value(std::string_view key) const {
   const int32_t id = tags_.Find(key);
   if (id < 0) return GlobalMethods::GetXMLValue(text_, String(std::string(key)));
+  return Value(id);
+}
+
+Variant TagIndex::Value(int32_t id) const {
   const Occurrences& o = occurrences_[static_cast<size_t>(id)];
   const std::string& s = text_.Bytes();
   if (o.first_opening == kNone || !o.any_closing) return Variant(String("", text_.Encoding()));

@@ -50,6 +50,8 @@ class TagIndex {
   TagIndex(const TagSet& tags, const String& text);
 
   Variant Value(std::string_view key) const;
+  // The value of the key numbered id in the set (as TagSet::Find gives it), without a lookup.
+  Variant Value(int32_t id) const;
 
  private:
   // Where a key's tags first stand: what GetXMLValue's searches would find.

@@ -6,11 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
+#include <thread>
 #include <tuple>
 
 #include "runtime/kind_ext.h"
@@ -84,6 +86,13 @@ TEST(KindExtTest, OnlyARealFolderThatIsNotAPackageIsAFolder) {
     EXPECT_EQ(KindExt(Item(dir / name)).Bytes(), kind) << name;
     EXPECT_EQ(Item(dir / name)->Directory(), directory) << name;
   }
+  // An item from a listing names its kind from the type the listing saw, without a call of its
+  // own: it must agree with the kind looked up afresh.
+  const Ref<FolderItem> folder = Item(dir.path);
+  for (int32_t i = 1; i <= folder->Count(); ++i) {
+    const Ref<FolderItem> listed = folder->TrueItem(i);
+    EXPECT_EQ(KindExt(listed), KindExt(Item(listed->Path()))) << listed->Path();
+  }
   EXPECT_THROW(KindExt(nullptr), NilObjectException);
 }
 
@@ -102,11 +111,14 @@ TEST(FolderItemTest, TrueItemNumbersEntriesFromOneInByteOrderAndCountFollowsChan
   for (int32_t outside : {0, -1, 10, 1000}) EXPECT_TRUE(folder->TrueItem(outside).IsNil());
   EXPECT_TRUE(folder->TrueItem(8)->Exists());  // a link to nothing is still an entry
   EXPECT_EQ(KindExt(folder->TrueItem(8)).Bytes(), "Alias");
-  // Right after a listing, as the folder's change stamp may not have moved on yet.
+  // Soon after a listing, when the folder's change stamp may not have moved on yet.
+  const auto recheck = std::chrono::milliseconds(FolderItem::kRecheckMilliseconds + 1);
   WriteFile(dir / "new", "");
+  std::this_thread::sleep_for(recheck);
   EXPECT_EQ(folder->Count(), 10);
   fs::remove(dir / "a");
   fs::remove(dir / "B");
+  std::this_thread::sleep_for(recheck);
   EXPECT_EQ(folder->Count(), 8);
 }
 
