@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 
 #include "runtime/numbers.h"
@@ -26,6 +27,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!s.empty() && (std::isdigit(static_cast<unsigned char>(s[0])) || s[0] == '.') &&
       ValOf("-" + s) != -value) {
     __builtin_trap();
+  }
+  // The C library reads a plain decimal prefix exactly; Val must agree with it, whichever of its
+  // paths (whole numbers or the general one) it takes.
+  const size_t begin = s.find_first_not_of(" \t");
+  if (begin != std::string::npos) {
+    size_t end = begin + (s[begin] == '+' || s[begin] == '-' ? 1 : 0);
+    const size_t digits_begin = end;
+    while (end < s.size() && std::isdigit(static_cast<unsigned char>(s[end]))) ++end;
+    if (end > digits_begin &&
+        (end == s.size() || std::string(".eE").find(s[end]) == std::string::npos) &&
+        std::strtod(s.substr(begin, end - begin).c_str(), nullptr) != value) {
+      __builtin_trap();
+    }
   }
   const int32_t whole = quellmark::DoubleToInt32(value);
   if (!(std::fabs(whole - value) < 1 || (value >= 0x1p31 - 1 && whole == INT32_MAX) ||

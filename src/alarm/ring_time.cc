@@ -37,7 +37,7 @@ void SetTimeOfDay(Date& target, Date& reference, int32_t hour, int32_t minute, b
 // A date field from text: only emptiness is tested, so "0" or "x" give 0 and the date
 // normalises it (day 0 is the last day of the month before).
 int32_t FieldOrDefault(const String& text, int32_t default_value) {
-  return Len(text) > 0 ? DoubleToInt32(Val(text)) : default_value;
+  return !text.IsEmpty() ? DoubleToInt32(Val(text)) : default_value;
 }
 
 }  // namespace

@@ -71,7 +71,7 @@ void App::checkAlarms() {
   const Date now = Date::Now();
   const int32_t last = alarmArray.UBound();
   for (int32_t i = 0; i <= last; ++i) {
-    const Ref<AlarmItem> alarm = alarmArray.Get(i);
+    const Ref<AlarmItem>& alarm = alarmArray.Get(i);
     // Every alarm is asked, the disabled ones too; the enabled flag only matters once it rings.
     if (alarm->isRingTime(nullptr, false) && alarm->mEnabled) {
       // A missing Tolvane loses this pass's ringing silently; the next pass tries again.

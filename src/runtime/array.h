@@ -24,7 +24,8 @@ class Array {
 
   int32_t UBound() const { return static_cast<int32_t>(items_.size() - head_) - 1; }
 
-  T Get(int32_t index) const { return items_[Slot(index)]; }
+  // A reference to the element (a value for flags, whose storage is packed).
+  decltype(auto) Get(int32_t index) const { return std::as_const(items_)[Slot(index)]; }
   void Set(int32_t index, T value) { items_[Slot(index)] = std::move(value); }
 
   void Append(T value) { items_.push_back(std::move(value)); }

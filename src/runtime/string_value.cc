@@ -68,6 +68,8 @@ String operator+(const String& a, const String& b) {
 
 bool operator==(const String& a, const String& b) { return CaselessEqual(a.bytes_, b.bytes_); }
 
+bool operator==(const String& a, const char* b) { return CaselessEqual(a.bytes_, b); }
+
 std::ostream& operator<<(std::ostream& out, const String& s) { return out << s.Bytes(); }
 
 int32_t Len(const String& s) { return CountCharacters(s.Bytes(), s.Bytes().size()); }
@@ -126,7 +128,15 @@ double Val(const String& s) {
   const size_t begin = i;
   if (i < b.size() && (b[i] == '+' || b[i] == '-')) ++i;
   size_t digits = 0;
-  for (; i < b.size() && IsDigit(b[i]); ++i) ++digits;
+  uint64_t whole = 0;
+  for (; i < b.size() && IsDigit(b[i]); ++i, ++digits)
+    whole = whole * 10 + static_cast<uint64_t>(b[i] - '0');
+  // The usual case, a whole number of up to 15 digits, is exact as a double as it stands.
+  if (digits > 0 && digits <= 15 &&
+      (i == b.size() || (b[i] != '.' && b[i] != 'e' && b[i] != 'E'))) {
+    const auto value = static_cast<double>(whole);
+    return b[begin] == '-' ? -value : value;
+  }
   if (i < b.size() && b[i] == '.') {
     ++i;
     for (; i < b.size() && IsDigit(b[i]); ++i) ++digits;

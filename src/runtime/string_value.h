@@ -41,6 +41,8 @@ class String {
   friend String operator+(const String& a, const String& b);
   // Equality of text under the case rule above; encodings are not compared.
   friend bool operator==(const String& a, const String& b);
+  // The same, against a literal, without making a String of it.
+  friend bool operator==(const String& a, const char* b);
 
  private:
   std::string bytes_;
