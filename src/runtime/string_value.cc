@@ -129,8 +129,9 @@ double Val(const String& s) {
   if (i < b.size() && (b[i] == '+' || b[i] == '-')) ++i;
   size_t digits = 0;
   uint64_t whole = 0;
-  for (; i < b.size() && IsDigit(b[i]); ++i, ++digits)
+  for (; i < b.size() && IsDigit(b[i]); ++i, ++digits) {
     whole = whole * 10 + static_cast<uint64_t>(b[i] - '0');
+  }
   // The usual case, a whole number of up to 15 digits, is exact as a double as it stands.
   if (digits > 0 && digits <= 15 &&
       (i == b.size() || (b[i] != '.' && b[i] != 'e' && b[i] != 'E'))) {
