@@ -39,6 +39,10 @@ constexpr int64_t kStampGranularity = 2'000'000'000;
 constexpr int64_t kRelistInterval = 1'000'000'000;
 constexpr int64_t kRecheckInterval = int64_t{FolderItem::kRecheckMilliseconds} * 1'000'000;
 
+FolderItem::ChangeStamp StampOf(const struct stat& st) {
+  return {st.st_dev, st.st_ino, Nanoseconds(st.st_mtim), Nanoseconds(st.st_ctim)};
+}
+
 FolderItem::ListedType TypeOf(const dirent& entry) {
   switch (entry.d_type) {
     case DT_DIR:
@@ -89,28 +93,33 @@ void FolderItem::RefreshListing() {
   const int64_t checked_at = NowNanoseconds();
   if (listed_ && checked_at - checked_at_ns_ < kRecheckInterval) return;
   checked_at_ns_ = checked_at;
+  if (listed_) {
+    struct stat st {};
+    if (stat(path_.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && StampOf(st) == listed_stamp_ &&
+        (!racy_ || checked_at - listed_at_ns_ < kRelistInterval)) {
+      return;
+    }
+  }
+  entries_.clear();
+  listed_ = false;
+  // One lookup of the path: the stamp comes from the open folder itself.
+  const int descriptor = open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return;
   struct stat st {};
-  if (stat(path_.c_str(), &st) != 0 || !S_ISDIR(st.st_mode)) {
-    entries_.clear();
-    listed_ = false;
+  DIR* folder = fstat(descriptor, &st) == 0 ? fdopendir(descriptor) : nullptr;
+  if (folder == nullptr) {
+    close(descriptor);
     return;
   }
   // The stamp is taken before the listing, so a change made while listing shows as a new
   // stamp on the next call.
-  const ChangeStamp stamp{st.st_dev, st.st_ino, Nanoseconds(st.st_mtim), Nanoseconds(st.st_ctim)};
-  if (listed_ && stamp == listed_stamp_ &&
-      (!racy_ || NowNanoseconds() - listed_at_ns_ < kRelistInterval)) {
-    return;
-  }
+  const ChangeStamp stamp = StampOf(st);
   const int64_t now = NowNanoseconds();
-  entries_.clear();
-  if (DIR* folder = opendir(path_.c_str()); folder != nullptr) {
-    while (const dirent* entry = readdir(folder)) {
-      const std::string_view name = entry->d_name;
-      if (name != "." && name != "..") entries_.push_back({std::string(name), TypeOf(*entry)});
-    }
-    closedir(folder);
+  while (const dirent* entry = readdir(folder)) {
+    const std::string_view name = entry->d_name;
+    if (name != "." && name != "..") entries_.push_back({std::string(name), TypeOf(*entry)});
   }
+  closedir(folder);
   std::sort(entries_.begin(), entries_.end(),
             [](const Entry& a, const Entry& b) { return a.name < b.name; });
   listed_stamp_ = stamp;

@@ -61,7 +61,7 @@ class FolderItem {
   // never blocks, so a FIFO or a device gives nil rather than a hang.
   Ref<TextInputStream> OpenAsTextFile() const;
 
- private:
+  // A folder's identity and change times: when they are unchanged, so is its listing.
   struct ChangeStamp {
     dev_t device = 0;
     ino_t inode = 0;
@@ -70,6 +70,7 @@ class FolderItem {
     bool operator==(const ChangeStamp&) const = default;
   };
 
+ private:
   struct Entry {
     std::string name;
     ListedType type;
