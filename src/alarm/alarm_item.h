@@ -32,7 +32,7 @@ using FolderItem = Ref<quellmark::FolderItem>;
 using BooleanArray = Ref<Array<bool>>;
 }  // namespace property_types
 
-// Members follow the declared order of the saved record rather than the tightest packing.
+// Members are grouped by use (see alarm_properties.h) rather than packed tightest.
 class AlarmItem {  // NOLINT(clang-analyzer-optin.performance.Padding)
  public:
   static constexpr const char* kClassName = "AlarmItem";
@@ -55,9 +55,18 @@ class AlarmItem {  // NOLINT(clang-analyzer-optin.performance.Padding)
   // unreadable gets the reading's default.
   void putSaveData(const String& data);
 
-#define QUELLMARK_DECLARE_PROPERTY(name, type) property_types::type name{};
-  QUELLMARK_ALARM_PROPERTIES(QUELLMARK_DECLARE_PROPERTY)
-#undef QUELLMARK_DECLARE_PROPERTY
+#define QUELLMARK_DECLARE_IN_Watched(name, type) property_types::type name{};
+#define QUELLMARK_DECLARE_IN_Kept(name, type)
+#define QUELLMARK_DECLARE_WATCHED(name, type, group) QUELLMARK_DECLARE_IN_##group(name, type)
+  QUELLMARK_ALARM_PROPERTIES(QUELLMARK_DECLARE_WATCHED)
+#undef QUELLMARK_DECLARE_IN_Watched
+#undef QUELLMARK_DECLARE_IN_Kept
+#define QUELLMARK_DECLARE_IN_Watched(name, type)
+#define QUELLMARK_DECLARE_IN_Kept(name, type) property_types::type name{};
+  QUELLMARK_ALARM_PROPERTIES(QUELLMARK_DECLARE_WATCHED)
+#undef QUELLMARK_DECLARE_WATCHED
+#undef QUELLMARK_DECLARE_IN_Watched
+#undef QUELLMARK_DECLARE_IN_Kept
 };
 
 enum class PropertyType { kString, kInt32, kBoolean, kDouble, kFolderItem, kBooleanArray };
@@ -77,7 +86,7 @@ struct PropertyInfo {
 namespace internal {
 
 constexpr auto MakeAlarmProperties() {
-#define QUELLMARK_DESCRIBE_PROPERTY(name, type) \
+#define QUELLMARK_DESCRIBE_PROPERTY(name, type, group) \
   PropertyInfo{#name, PropertyType::k##type, 0, &AlarmItem::name},
   std::array properties{QUELLMARK_ALARM_PROPERTIES(QUELLMARK_DESCRIBE_PROPERTY)};
 #undef QUELLMARK_DESCRIBE_PROPERTY
