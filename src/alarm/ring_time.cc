@@ -69,9 +69,11 @@ bool AlarmItem::isRingTime(const Date* now, bool dateOnly) const {
     target.SetMonth(month > 0 && month < 13 ? DoubleToInt32(month) : reference.Month());
 
     // The month's length, by walking its days; a month other than the reference's counts 0.
+    // No month is longer than 31 days: the bound only matters in the calendar's last month,
+    // where the date cannot roll over into a next one.
     target.SetDay(1);
     int32_t count = 0;
-    while (target.Month() == reference.Month()) {
+    while (target.Month() == reference.Month() && count < 31) {
       ++count;
       target.SetDay(target.Day() + 1);
       YieldPoint();

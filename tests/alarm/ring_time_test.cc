@@ -166,5 +166,17 @@ TEST_F(RingTime, OffsetRingsItsMinutesEarlyButFromThe31stNotIntoTheNextMonth) {
   }
 }
 
+// A date stops at the last moment it can hold, so in that December the month walk cannot roll
+// into January; it must still end, after the month's 31 days. Returning at all is the test.
+TEST_F(RingTime, MonthlyEndsInTheCalendarsLastMonth) {
+  AlarmItem alarm;
+  alarm.dAlarmFormat = "monthly";
+  for (int32_t k = 0; k < 7; ++k) alarm.dMonthlyWeekday->Set(k, true);
+  for (const bool to_last : {false, true}) {
+    alarm.dMonthlyToLast = to_last;
+    Rings(alarm, static_cast<int64_t>(Date::FromTotalSeconds(1e300).TotalSeconds()));
+  }
+}
+
 }  // namespace
 }  // namespace quellmark
