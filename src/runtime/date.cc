@@ -31,7 +31,18 @@ constexpr const char* kMonthNames[] = {"January",   "February", "March",    "Apr
 
 }  // namespace
 
-Date Date::Now() { return Date(Env::Current().LocalWallClockSeconds()); }
+Date Date::Now() {
+  // Every alarm of a pass asks for the same second: its fields are worked out once (the
+  // service has one thread).
+  static int64_t last_seconds = 0;
+  static Date last(0);
+  const int64_t seconds = Env::Current().LocalWallClockSeconds();
+  if (seconds != last_seconds) {
+    last = Date(seconds);
+    last_seconds = seconds;
+  }
+  return last;
+}
 
 Date Date::FromTotalSeconds(double seconds) {
   Date date(0);
@@ -107,7 +118,8 @@ void Date::SetTotalSeconds(double seconds) {
   const double whole = std::floor(seconds);
   if (whole <= static_cast<double>(kMinSeconds)) return SetSeconds(kMinSeconds);
   if (whole >= static_cast<double>(kMaxSeconds)) return SetSeconds(kMaxSeconds);
-  SetSeconds(static_cast<int64_t>(whole));
+  const auto target = static_cast<int64_t>(whole);
+  if (target != seconds_) SetSeconds(target);  // a shift by nothing costs nothing
 }
 
 String Date::LongDate() const {
