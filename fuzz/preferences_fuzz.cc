@@ -16,6 +16,7 @@
 #include "fake_env.h"
 #include "runtime/numbers.h"
 #include "runtime/variant.h"
+#include "test_support.h"
 #include "text/url_decoding.h"
 #include "text/xml_value.h"
 
@@ -23,24 +24,6 @@ namespace {
 
 using quellmark::AlarmItem;
 using quellmark::String;
-
-// Every property as bytes: texts, flag arrays element by element, the rest as stored (folder
-// items by identity).
-void Append(std::string& out, const String& value) { out += value.Bytes() + '\0'; }
-void Append(std::string& out, const quellmark::Ref<quellmark::Array<bool>>& value) {
-  for (int32_t i = 0; i <= value->UBound(); ++i) out += value->Get(i) ? '1' : '0';
-}
-template <typename T>
-void Append(std::string& out, const T& value) {
-  out.append(reinterpret_cast<const char*>(&value), sizeof value);
-}
-std::string Fingerprint(const AlarmItem& alarm) {
-  std::string out;
-  for (const quellmark::PropertyInfo& property : quellmark::kAlarmItemProperties) {
-    std::visit([&](auto member) { Append(out, alarm.*member); }, property.member);
-  }
-  return out;
-}
 
 // A saved flag is on when it reads "true" in any letter case, and only then.
 bool IsOn(std::string text) {
@@ -76,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       return quellmark::VariantToString(global::GetXMLValue(block, key));
     };
     const String name = global::DecodingFromURLVelmora(tag("dAlarmName"));
-    if (&copy == &*item || Fingerprint(copy) != Fingerprint(*item) ||
+    if (&copy == &*item || quellmark::RecordText(copy) != quellmark::RecordText(*item) ||
         copy.dMonthlyWeekday == item->dMonthlyWeekday ||
         copy.dMonthlyWeekNum == item->dMonthlyWeekNum ||
         item->dHour != DoubleToInt32(Val(tag("dHour"))) ||

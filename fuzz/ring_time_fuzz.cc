@@ -13,29 +13,12 @@
 #include "alarm/alarm_item.h"
 #include "alarm/ring_offset.h"
 #include "fake_env.h"
+#include "test_support.h"
 
 namespace {
 
 using quellmark::AlarmItem;
 using quellmark::String;
-
-// Every property as bytes: texts, flag arrays element by element, the rest as stored (folder
-// items by identity).
-void Append(std::string& out, const String& value) { out += value.Bytes() + '\0'; }
-void Append(std::string& out, const quellmark::Ref<quellmark::Array<bool>>& value) {
-  for (int32_t i = 0; i <= value->UBound(); ++i) out += value->Get(i) ? '1' : '0';
-}
-template <typename T>
-void Append(std::string& out, const T& value) {
-  out.append(reinterpret_cast<const char*>(&value), sizeof value);
-}
-std::string Fingerprint(const AlarmItem& alarm) {
-  std::string out;
-  for (const quellmark::PropertyInfo& property : quellmark::kAlarmItemProperties) {
-    std::visit([&](auto member) { Append(out, alarm.*member); }, property.member);
-  }
-  return out;
-}
 
 int32_t DaysInMonth(int64_t year, int32_t month) {
   const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
@@ -75,9 +58,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const Date moment = Date::FromTotalSeconds(sane ? std::fmod(any, kSane) : any);
 
   const int32_t offset = quellmark::GlobalMethods::iRingOffset;
-  const std::string before = Fingerprint(a);
+  const std::string before = quellmark::RecordText(a);
   const bool rings = a.isRingTime(given ? &moment : nullptr, dateOnly);
-  if (Fingerprint(a) != before || quellmark::GlobalMethods::iRingOffset != offset) __builtin_trap();
+  if (quellmark::RecordText(a) != before || quellmark::GlobalMethods::iRingOffset != offset)
+    __builtin_trap();
   quellmark::GlobalMethods::iRingOffset = 0;
   if (!sane || Date::Now().Day() > 28) return 0;
 

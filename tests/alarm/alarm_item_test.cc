@@ -5,21 +5,10 @@
 #include <array>
 #include <string>
 
+#include "test_support.h"
+
 namespace quellmark {
 namespace {
-
-// A property's value as text: flag arrays one digit per element, folder items by path.
-std::string Text(const String& s) { return s.Bytes(); }
-std::string Text(const Ref<FolderItem>& item) { return item == nullptr ? "nil" : item->Path(); }
-std::string Text(const Ref<Array<bool>>& flags) {
-  std::string digits;
-  for (int32_t i = 0; i <= flags->UBound(); ++i) digits += flags->Get(i) ? '1' : '0';
-  return digits;
-}
-std::string Text(auto value) { return std::to_string(value); }
-std::string Show(const AlarmItem& item, const PropertyInfo& p) {
-  return std::visit([&](auto member) { return Text(item.*member); }, p.member);
-}
 
 // A value unlike the zero value and unlike any other property's, derived from the position n.
 void SetOwn(String& s, int32_t n) { s = String("own " + std::to_string(n)); }
@@ -31,11 +20,11 @@ void SetOwn(auto& value, int32_t n) { value = n + 1000; }
 
 TEST(AlarmItemTest, ANewRecordHoldsZeroValuesButForTwoFlagArraysAllFalse) {
   const AlarmItem item;
-  const std::string zero[] = {"", "0", "0", "0.000000", "nil"};  // by PropertyType
+  const std::string zero[] = {"", "0", "0", "0", "nil"};  // by PropertyType
   for (const PropertyInfo& p : kAlarmItemProperties) {
     std::string expected = p.name == "dMonthlyWeekday" ? "0000000" : "00000";
     if (p.type != PropertyType::kBooleanArray) expected = zero[static_cast<size_t>(p.type)];
-    EXPECT_EQ(Show(item, p), expected) << p.name;
+    EXPECT_EQ(PropertyText(item, p), expected) << p.name;
   }
 }
 
@@ -59,19 +48,20 @@ TEST(DuplicateMeTest, CopiesEveryPropertySharingTheFoldersButNotTheFlagArrays) {
   AlarmItem source;
   for (const PropertyInfo& p : kAlarmItemProperties) {
     std::visit([&](auto member) { SetOwn(source.*member, p.position); }, p.member);
-    ASSERT_NE(Show(source, p), Show(fresh, p)) << p.name;  // else its copy could not be told
+    ASSERT_NE(PropertyText(source, p), PropertyText(fresh, p))
+        << p.name;  // else its copy could not be told
   }
   const Ref<AlarmItem> duplicate = source.DuplicateMe();
   AlarmItem& copy = *duplicate;
   for (const PropertyInfo& p : kAlarmItemProperties) {
-    EXPECT_EQ(Show(copy, p), Show(source, p)) << p.name;
+    EXPECT_EQ(PropertyText(copy, p), PropertyText(source, p)) << p.name;
     if (auto* folder = std::get_if<Ref<FolderItem> AlarmItem::*>(&p.member)) {
       EXPECT_TRUE(copy.*(*folder) == source.*(*folder)) << p.name << " is not shared";
     }
     if (auto* flags = std::get_if<Ref<Array<bool>> AlarmItem::*>(&p.member)) {
-      const std::string before = Show(source, p);
+      const std::string before = PropertyText(source, p);
       (copy.*(*flags))->Set(3, !(copy.*(*flags))->Get(3));
-      EXPECT_EQ(Show(source, p), before) << p.name << " is shared";
+      EXPECT_EQ(PropertyText(source, p), before) << p.name << " is shared";
     }
   }
 }

@@ -10,24 +10,15 @@
 #include "alarm/ring_offset.h"
 #include "fake_env.h"
 #include "runtime/numbers.h"
+#include "test_support.h"
 #include "text/xml_value.h"
 
 namespace quellmark {
 namespace {
 
-// A property's value as text: flag arrays one digit per element, folder items by path.
-std::string Text(const String& s) { return s.Bytes(); }
-std::string Text(const Ref<FolderItem>& item) { return item == nullptr ? "nil" : item->Path(); }
-std::string Text(const Ref<Array<bool>>& flags) {
-  std::string digits;
-  for (int32_t i = 0; i <= flags->UBound(); ++i) digits += flags->Get(i) ? '1' : '0';
-  return digits;
-}
-std::string Text(auto value) { return std::to_string(value); }
 std::string Show(const AlarmItem& item, std::string_view name) {
   const PropertyInfo* p = FindAlarmProperty(name);
-  return p == nullptr ? "no such property"
-                      : std::visit([&](auto member) { return Text(item.*member); }, p->member);
+  return p == nullptr ? "no such property" : PropertyText(item, *p);
 }
 
 bool OneOf(std::string_view name, std::initializer_list<std::string_view> names) {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "fake_env.h"
+#include "test_support.h"
 
 namespace quellmark {
 namespace {
@@ -18,12 +19,6 @@ namespace fs = std::filesystem;
 using Lines = std::vector<std::string>;
 
 constexpr int64_t kNow = 3'799'999'980 + 30;  // half a minute into a minute
-
-struct TempFolder {
-  std::string path = mkdtemp((fs::temp_directory_path() / "quellmark-XXXXXX").string().data());
-  ~TempFolder() { fs::remove_all(path); }
-  std::string operator/(const std::string& name) const { return path + "/" + name; }
-};
 
 Ref<Date> At(int64_t seconds) {
   return Ref<Date>::New(Date::FromTotalSeconds(static_cast<double>(seconds)));

@@ -14,6 +14,7 @@
 
 #include "fake_env.h"
 #include "runtime/exceptions.h"
+#include "test_support.h"
 
 namespace quellmark {
 namespace {
@@ -59,11 +60,6 @@ TEST(ItemBlockTest, EachItemTagStartsABlockThatEndsAtTheNextItemOrItsFirstClosin
     ASSERT_EQ(WalkedBlocks(String(list)), FieldBlocks(String(list))) << list;
   }
 }
-
-struct TempFolder {
-  std::string path = mkdtemp((fs::temp_directory_path() / "quellmark-XXXXXX").string().data());
-  ~TempFolder() { fs::remove_all(path); }
-};
 
 TEST(PreferencesTest, OnlyAnExistingRegularFileIsReadAndOnlyItsSettingsAreKept) {
   TempFolder dir;

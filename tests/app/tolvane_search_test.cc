@@ -9,17 +9,12 @@
 #include <tuple>
 
 #include "fake_env.h"
+#include "test_support.h"
 
 namespace quellmark {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct TempFolder {
-  std::string path = mkdtemp((fs::temp_directory_path() / "quellmark-XXXXXX").string().data());
-  ~TempFolder() { fs::remove_all(path); }
-  std::string operator/(const std::string& name) const { return path + "/" + name; }
-};
 
 // Entries under root, separated by commas: "a/b/" is a folder, "a/f" an empty file, "l -> t" a
 // link to t.

@@ -18,18 +18,12 @@
 #include "runtime/kind_ext.h"
 #include "runtime/shell.h"
 #include "runtime/text_input_stream.h"
+#include "test_support.h"
 
 namespace quellmark {
 namespace {
 
 namespace fs = std::filesystem;
-
-// A fresh folder under the temporary folder, removed with everything in it.
-struct TempFolder {
-  std::string path = mkdtemp((fs::temp_directory_path() / "quellmark-XXXXXX").string().data());
-  ~TempFolder() { fs::remove_all(path); }
-  std::string operator/(const std::string& name) const { return path + "/" + name; }
-};
 
 void WriteFile(const std::string& path, const std::string& bytes) { std::ofstream(path) << bytes; }
 
