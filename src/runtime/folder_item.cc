@@ -4,9 +4,11 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <climits>
 #include <ctime>
 
 #include <algorithm>
+#include <array>
 #include <limits>
 
 #include "runtime/text_input_stream.h"
@@ -56,6 +58,56 @@ FolderItem::ListedType TypeOf(const dirent& entry) {
   }
 }
 
+// Flags for a descriptor that is only ever used to reach the items inside a folder.
+#ifdef O_PATH
+constexpr int kReachFlags = O_PATH | O_DIRECTORY | O_CLOEXEC;
+#elif defined(O_SEARCH)
+constexpr int kReachFlags = O_SEARCH | O_DIRECTORY | O_CLOEXEC;
+#else
+constexpr int kReachFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+#endif
+
+// The open folders that deep items were last reached through, least recently used first. Only
+// kLimit stay open: the oldest is closed to make room. Trivially destructible, so links that
+// outlive static destruction can still let go of theirs.
+class HeldFolders {
+ public:
+  // The descriptor held for link, now the most recently used; -1 when none is held.
+  int Find(const void* link) {
+    Held* const end = held_.data() + count_;
+    Held* const found =
+        std::find_if(held_.data(), end, [link](const Held& h) { return h.link == link; });
+    if (found == end) return -1;
+    std::rotate(found, found + 1, end);
+    return end[-1].descriptor;
+  }
+
+  int Hold(const void* link, int descriptor) {
+    if (count_ == kLimit) {
+      close(held_[0].descriptor);
+      std::rotate(held_.begin(), held_.begin() + 1, held_.end());
+      --count_;
+    }
+    held_[count_++] = {link, descriptor};
+    return descriptor;
+  }
+
+  void Release(const void* link) {
+    if (Find(link) >= 0) close(held_[--count_].descriptor);
+  }
+
+ private:
+  static constexpr size_t kLimit = 8;
+  struct Held {
+    const void* link;
+    int descriptor;
+  };
+  std::array<Held, kLimit> held_{};
+  size_t count_ = 0;
+};
+
+constinit HeldFolders held_folders;
+
 int64_t NowNanoseconds() {
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
@@ -63,6 +115,69 @@ int64_t NowNanoseconds() {
 }
 
 }  // namespace
+
+struct FolderItem::Link {
+  Link(std::shared_ptr<Link> up, std::string text) : parent(std::move(up)), name(std::move(text)) {}
+  Link(const Link&) = delete;
+  Link& operator=(const Link&) = delete;
+
+  std::shared_ptr<Link> parent;
+  std::string name;  // the whole path when there is no parent
+
+  ~Link() {
+    held_folders.Release(this);
+    // A long chain is let go of one link at a time, not by a recursion as deep as the chain.
+    std::shared_ptr<Link> up = std::move(parent);
+    while (up != nullptr && up.use_count() == 1) up = std::move(up->parent);
+  }
+
+  // A descriptor of this folder, opened from the nearest ancestor held open (or from the top
+  // link's path) one level at a time; -1 when a level cannot be opened.
+  int Descriptor() {
+    std::vector<Link*> unopened;
+    int base = AT_FDCWD;
+    for (Link* link = this; link != nullptr; link = link->parent.get()) {
+      base = held_folders.Find(link);
+      if (base >= 0) break;
+      base = AT_FDCWD;
+      unopened.push_back(link);
+    }
+    std::reverse(unopened.begin(), unopened.end());  // opened from the top down
+    for (Link* link : unopened) {
+      const int descriptor = openat(base, link->name.c_str(), kReachFlags);
+      if (descriptor < 0) return -1;
+      base = held_folders.Hold(link, descriptor);
+    }
+    return base;
+  }
+};
+
+template <typename Call>
+int FolderItem::AtLocation(const Call& call) const {
+  if (link_ == nullptr || link_->parent == nullptr) return call(AT_FDCWD, path_.c_str());
+  const int folder = link_->parent->Descriptor();
+  return folder < 0 ? -1 : call(folder, link_->name.c_str());
+}
+
+const std::shared_ptr<FolderItem::Link>& FolderItem::LinkForChildren() const {
+  if (link_ == nullptr) link_ = std::make_shared<Link>(nullptr, path_);
+  return link_;
+}
+
+Ref<FolderItem> FolderItem::MakeChild(std::string_view name, ListedType type) const {
+  Ref<FolderItem> child = Ref<FolderItem>::New(JoinPath(path_, name), type);
+  if (child->path_.size() >= PATH_MAX) {
+    child->link_ = std::make_shared<Link>(LinkForChildren(), std::string(name));
+  }
+  return child;
+}
+
+bool FolderItem::Status(struct stat* status, bool follow_links) const {
+  const int flags = follow_links ? 0 : AT_SYMLINK_NOFOLLOW;
+  return AtLocation([&](int folder, const char* name) {
+           return fstatat(folder, name, status, flags);
+         }) == 0;
+}
 
 String FolderItem::Name() const {
   const std::string path = WithoutTrailingSlashes(path_);
@@ -72,12 +187,12 @@ String FolderItem::Name() const {
 
 bool FolderItem::Exists() const {
   struct stat st {};
-  return lstat(path_.c_str(), &st) == 0;
+  return Status(&st, false);
 }
 
 bool FolderItem::Directory() const {
   struct stat st {};
-  return stat(path_.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+  return Status(&st, true) && S_ISDIR(st.st_mode);
 }
 
 Ref<FolderItem> FolderItem::Child(const String& name) const {
@@ -86,7 +201,7 @@ Ref<FolderItem> FolderItem::Child(const String& name) const {
       bytes.find_first_of(std::string_view("/\0", 2)) != std::string::npos) {
     return nullptr;
   }
-  return Ref<FolderItem>::New(JoinPath(path_, bytes));
+  return MakeChild(bytes, ListedType::kUnknown);
 }
 
 void FolderItem::RefreshListing() {
@@ -95,7 +210,7 @@ void FolderItem::RefreshListing() {
   checked_at_ns_ = checked_at;
   if (listed_) {
     struct stat st {};
-    if (stat(path_.c_str(), &st) == 0 && S_ISDIR(st.st_mode) && StampOf(st) == listed_stamp_ &&
+    if (Status(&st, true) && S_ISDIR(st.st_mode) && StampOf(st) == listed_stamp_ &&
         (!racy_ || checked_at - listed_at_ns_ < kRelistInterval)) {
       return;
     }
@@ -103,7 +218,9 @@ void FolderItem::RefreshListing() {
   entries_.clear();
   listed_ = false;
   // One lookup of the path: the stamp comes from the open folder itself.
-  const int descriptor = open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  const int descriptor = AtLocation([](int folder, const char* name) {
+    return openat(folder, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  });
   if (descriptor < 0) return;
   struct stat st {};
   DIR* folder = fstat(descriptor, &st) == 0 ? fdopendir(descriptor) : nullptr;
@@ -141,13 +258,15 @@ Ref<FolderItem> FolderItem::TrueItem(int32_t index) {
   if (!listed_) RefreshListing();
   if (index < 1 || static_cast<size_t>(index) > entries_.size()) return nullptr;
   const Entry& entry = entries_[static_cast<size_t>(index) - 1];
-  return Ref<FolderItem>::New(JoinPath(path_, entry.name), entry.type);
+  return MakeChild(entry.name, entry.type);
 }
 
 String FolderItem::ShellPath() const { return String(ShellQuotePath(path_), TextEncoding::kNone); }
 
 Ref<TextInputStream> FolderItem::OpenAsTextFile() const {
-  const int descriptor = open(path_.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  const int descriptor = AtLocation([](int folder, const char* name) {
+    return openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+  });
   if (descriptor < 0) return nullptr;
   struct stat st {};
   if (fstat(descriptor, &st) != 0 || !S_ISREG(st.st_mode)) {

@@ -1,13 +1,20 @@
 // FolderItem: a handle on an absolute POSIX path, which may or may not name something on disk,
 // with the folder and file services the service uses. Symbolic links are not followed when
 // listing or naming kinds; Exists counts a link itself as present.
+//
+// The system takes no path of PATH_MAX bytes or more, so an item reached by listing (TrueItem,
+// Child) that lies deeper than that is reached relative to its parent folder instead, through
+// a descriptor of an ancestor held open. Only the few most recently used ancestors stay open:
+// however deep or wide a tree, the descriptors in use stay bounded.
 
 #ifndef QUELLMARK_RUNTIME_FOLDER_ITEM_H_
 #define QUELLMARK_RUNTIME_FOLDER_ITEM_H_
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -61,6 +68,9 @@ class FolderItem {
   // never blocks, so a FIFO or a device gives nil rather than a hang.
   Ref<TextInputStream> OpenAsTextFile() const;
 
+  // The item's status as stat (following a final link) or lstat gives it; false on failure.
+  bool Status(struct stat* status, bool follow_links) const;
+
   // A folder's identity and change times: when they are unchanged, so is its listing.
   struct ChangeStamp {
     dev_t device = 0;
@@ -75,10 +85,21 @@ class FolderItem {
     std::string name;
     ListedType type;
   };
+  // Where a folder lies: a name inside its parent's link, or at the top a whole path.
+  struct Link;
 
+  // call(folder, name) for one of the *at system calls: the whole path from the working
+  // folder, or the item's name inside its open parent when the path is too long to take.
+  template <typename Call>
+  int AtLocation(const Call& call) const;
+  // This item as the parent of deeper items, made once on first need.
+  const std::shared_ptr<Link>& LinkForChildren() const;
+  Ref<FolderItem> MakeChild(std::string_view name, ListedType type) const;
   void RefreshListing();
 
   std::string path_;
+  // Set for an item whose path is too long to take, or which has such children.
+  mutable std::shared_ptr<Link> link_;
   ListedType listed_type_;
   ChangeStamp listed_stamp_;
   int64_t listed_at_ns_ = 0;

@@ -33,7 +33,7 @@ String KindExt(const Ref<FolderItem>& item) {
   FolderItem::ListedType type = item->Listed();
   if (type == FolderItem::ListedType::kUnknown) {
     struct stat st {};
-    if (lstat(item->Path().c_str(), &st) != 0) return String("");
+    if (!item->Status(&st, false)) return String("");
     type = S_ISLNK(st.st_mode)   ? FolderItem::ListedType::kLink
            : S_ISDIR(st.st_mode) ? FolderItem::ListedType::kFolder
                                  : FolderItem::ListedType::kOther;

@@ -1,5 +1,6 @@
 #include "runtime/folder_item.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,10 +8,12 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <thread>
 #include <tuple>
@@ -114,6 +117,56 @@ TEST(FolderItemTest, TrueItemNumbersEntriesFromOneInByteOrderAndCountFollowsChan
   fs::remove(dir / "B");
   std::this_thread::sleep_for(recheck);
   EXPECT_EQ(folder->Count(), 8);
+}
+
+size_t OpenDescriptors() {
+  return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), {}));
+}
+
+TEST(FolderItemTest, ItemsDeeperThanPathMaxWorkThroughFewDescriptors) {
+  if (!fs::exists("/proc/self/fd")) GTEST_SKIP() << "needs /proc";
+  TempFolder dir;
+  // 25 levels of 200-byte names, made one level at a time as the whole path is too long.
+  const std::string level(200, 'd');
+  int folder = open(dir.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  for (int i = 0; i < 25; ++i) {
+    ASSERT_EQ(mkdirat(folder, level.c_str(), 0755), 0);
+    const int inner = openat(folder, level.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    close(folder);
+    folder = inner;
+  }
+  constexpr int kWide = 40;
+  for (int i = 0; i < kWide; ++i) {
+    const std::string name = "w" + std::to_string(i);
+    ASSERT_EQ(mkdirat(folder, name.c_str(), 0755), 0);
+    const int file = openat(folder, (name + "/f").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
+    ASSERT_EQ(write(file, "text", 4), 4);
+    close(file);
+  }
+  ASSERT_EQ(symlinkat("w0", folder, "link"), 0);
+  close(folder);
+
+  const size_t descriptors_before = OpenDescriptors();
+  {
+    Ref<FolderItem> bottom = Item(dir.path);
+    for (int i = 0; i < 25; ++i) bottom = bottom->TrueItem(1);
+    ASSERT_GE(bottom->Path().size(), size_t{PATH_MAX});
+    EXPECT_TRUE(bottom->Exists() && bottom->Directory());
+    EXPECT_EQ(KindExt(bottom).Bytes(), "Folder");
+    ASSERT_EQ(bottom->Count(), kWide + 1);
+    EXPECT_FALSE(bottom->Child(String("none"))->Exists());
+    EXPECT_EQ(KindExt(bottom->Child(String("link"))).Bytes(), "Alias");
+    // Every item kept alive at once, each reached again after the others.
+    std::vector<Ref<FolderItem>> files;
+    for (int32_t i = 1; i <= kWide; ++i) files.push_back(bottom->TrueItem(i)->TrueItem(1));
+    for (const Ref<FolderItem>& file : files) {
+      EXPECT_EQ(KindExt(file).Bytes(), "Document");
+      EXPECT_EQ(file->OpenAsTextFile()->ReadAll(TextEncoding::kNone).Bytes(), "text")
+          << file->Path();
+      EXPECT_LE(OpenDescriptors(), descriptors_before + 8);
+    }
+  }
+  EXPECT_EQ(OpenDescriptors(), descriptors_before);
 }
 
 TEST(FolderItemTest, OnlyARegularReadableFileOpensAsTextAndNothingBlocks) {
