@@ -17,9 +17,6 @@
 
 namespace {
 
-using quellmark::AlarmItem;
-using quellmark::String;
-
 int32_t DaysInMonth(int64_t year, int32_t month) {
   const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
   return month == 2 ? 28 + leap : 30 + (month + month / 8) % 2;
@@ -31,7 +28,7 @@ int32_t Wrapped(int64_t value) { return static_cast<int32_t>(static_cast<uint32_
 
 // An exception escaping isRingTime aborts the run: the code indexes its flags only within bounds.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  using quellmark::Date;
+  using quellmark::AlarmItem, quellmark::Date, quellmark::String;
   FuzzedDataProvider in(data, size);
   quellmark::FakeEnv env;
   AlarmItem a;
