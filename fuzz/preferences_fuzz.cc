@@ -1,8 +1,9 @@
-// The preferences path in one process, as the service walks it, from the file's text to the list
-// of alarms, under a scripted clock. For any text nothing throws, and each alarm is a duplicate
-// equal to the record read from its block, with flag arrays of its own; a property of each
-// reading rule agrees with a direct lookup of its tag; and only a timer has its last ring set,
-// to the moment it was read, shifted by the ring offset.
+// The preferences path in one process, from the file's text to the list of alarms, under a
+// scripted clock. For any text nothing throws, and each alarm is a duplicate equal to the record
+// read from its block, with flag arrays of its own; a number, a flag and a decoded text agree
+// with a direct lookup of their tags; only a timer has its last ring set, to the moment it was
+// read shifted by the ring offset; and such a timer rings at once exactly when its length is not
+// positive.
 
 #include <strings.h>
 
