@@ -6,11 +6,9 @@
 #define QUELLMARK_TESTS_APP_SERVICE_SANDBOX_H_
 
 #include <fcntl.h>
-#include <grp.h>
-#include <sched.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/file.h>
-#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -18,9 +16,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <ctime>
+#include <deque>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -28,6 +29,7 @@
 #include <sstream>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace quellmark::e2e {
@@ -36,14 +38,23 @@ namespace fs = std::filesystem;
 using Args = std::vector<std::string>;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
+using std::this_thread::sleep_for;
 
-// Blanks, shell metacharacters, a newline and non-ASCII text: any of them reaching the shell
-// unescaped gives `open` other arguments, or runs `touch` in the child's working folder.
-inline const std::string kBundleName =
-    "Tolvane é\t$(touch pwned) `touch pwned`; 'q' \"d\"\n& *.app";
+// The service's four messages, each a line of its own on stderr.
+inline std::string Quit(const char* why) {
+  return "Quellmark quit because " + std::string(why) + ".\n";
+}
+inline const auto kNoFile = Quit("it could not find the Tolvane preferences file");
+inline const auto kUnreadable = Quit("it could not open the Tolvane preferences file for reading");
+inline const auto kNoTolvane = Quit("it could not find the Tolvane application");
+inline const auto kNoAlarms = Quit("no alarms were found in the Tolvane preferences file");
 
-// Tolvane writes moments as seconds since 1904-01-01 local time; the child runs with TZ=UTC.
-inline int64_t NowSince1904() { return int64_t{std::time(nullptr)} + 2082844800; }
+// Blanks, shell metacharacters, newlines, control bytes and non-ASCII text: any of them reaching
+// the shell unescaped gives `open` other arguments, or runs `touch` in the working folder.
+inline const std::string kShellCode =
+    " é\t$(touch pwned) `touch pwned`; touch pwned # 'q' \"d\"\ntouch pwned\n& >pwned | touch "
+    "pwned * ? [a-z] {a,b} ~ $HOME $0 \\n !! -a -rf -- \r\x01\x7f\xff ";
+inline const std::string kBundleName = "Tolvane" + kShellCode + ".app";
 
 inline std::string ReadWhole(const fs::path& path) {
   std::ostringstream text;
@@ -55,14 +66,9 @@ inline std::string Tag(const std::string& name, const std::string& value) {
   return "<" + name + ">" + value + "</" + name + ">";
 }
 
-// Every byte as %XX: the decoding of the saved location is exercised in full.
-inline std::string PercentEncoded(const std::string& text) {
-  std::string encoded;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    encoded += {'%', "0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
-  }
-  return encoded;
+// Tolvane saves moments as seconds since 1904-01-01 on the wall clock; the child runs in UTC.
+inline std::string LastLaunch(int64_t unix_seconds) {
+  return Tag("LastLaunch", std::to_string(unix_seconds + 2082844800));
 }
 
 inline std::string Timer(int seconds, bool enabled) {
@@ -70,223 +76,224 @@ inline std::string Timer(int seconds, bool enabled) {
          Tag("dTimerSecond", std::to_string(seconds)) + "</item>";
 }
 
+inline std::string Alarms(const std::string& items) { return Tag("new-alarms", items); }
+
 // A preferences file holding settings, laid out as Tolvane writes it.
 inline std::string File(const std::string& settings) {
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<preferences>\n<settings>" + settings +
          "</settings>\n</preferences>\n";
 }
 
-inline std::string Alarms(const std::string& items) { return Tag("new-alarms", items); }
-
+// Every byte as %XX: the decoding of the saved location is exercised in full.
 inline std::string Location(const fs::path& tolvane) {
-  return Tag("LastApplicationLocation", PercentEncoded(tolvane.string()));
-}
-
-// The service is given a private mount namespace; false when it cannot be made.
-inline bool PrivateMounts() {
-  return unshare(CLONE_NEWNS) == 0 &&
-         mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+  std::string encoded;
+  for (const unsigned char byte : tolvane.string()) {
+    encoded += {'%', "0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
+  }
+  return Tag("LastApplicationLocation", encoded);
 }
 
 // Root, and mount namespaces allowed: a run can then see a tree of its own at /Applications.
 inline bool TreesAvailable() {
-  static const bool available = [] {
-    if (geteuid() != 0) return false;
-    const pid_t child = fork();
-    if (child == 0) _exit(PrivateMounts() ? 0 : 1);
-    int status = 0;
-    return child > 0 && waitpid(child, &status, 0) == child && status == 0;
-  }();
+  static const bool available =
+      geteuid() == 0 && std::system("unshare --mount --propagation private true 2>&-") == 0;
   return available;
 }
 
-// /Applications as the mount point of the runs' trees, made when missing and marked so. Test
-// processes may run side by side: each holds a shared lock on / while it needs the folder, and
-// whichever then holds the lock alone removes a folder that a test made.
-class ApplicationsMountPoint {
- public:
-  ApplicationsMountPoint() {
-    if (!TreesAvailable()) return;
-    lock_ = open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    flock(lock_, LOCK_SH);
-    if (mkdir("/Applications", 0755) == 0) std::ofstream{kMadeMark};
-  }
-  ~ApplicationsMountPoint() {
-    if (lock_ < 0) return;
-    if (flock(lock_, LOCK_EX | LOCK_NB) == 0 && unlink(kMadeMark) == 0) rmdir("/Applications");
-    close(lock_);
-  }
-  ApplicationsMountPoint(const ApplicationsMountPoint&) = delete;
+// Shell words that run the words after them in a private mount namespace in which source (a path
+// without blanks or quotes) is bound at target.
+inline std::string BindMount(const std::string& source, const std::string& target) {
+  return "unshare --mount --propagation private sh -c 'mount --bind " + source + " " + target +
+         " && exec \"$@\"' sh ";
+}
 
- private:
-  static constexpr const char* kMadeMark = "/Applications/.made-by-quellmark-tests";
-  int lock_ = -1;
-};
-
-inline constexpr uid_t kNobody = 65534;
+// /Applications, the mount point of the runs' trees, is made when missing and marked so. Test
+// processes may run side by side: each holds a shared lock on / while it lives, and whichever
+// then holds the lock alone removes a folder that a test made.
+inline constexpr const char* kMadeMark = "/Applications/.made-by-quellmark-tests";
+inline void HoldApplicationsMountPoint() {
+  static const struct Hold {
+    int lock = open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    Hold() {
+      flock(lock, LOCK_SH);
+      if (mkdir("/Applications", 0755) == 0) std::ofstream{kMadeMark};
+    }
+    ~Hold() {
+      if (flock(lock, LOCK_EX | LOCK_NB) == 0 && unlink(kMadeMark) == 0) rmdir("/Applications");
+    }
+  } hold;
+}
 
 struct Outcome {
-  bool still_running = false;  // killed when its time ran out
-  int status = -1;             // exit status, or 128 + the signal
+  int status = -1;  // exit status, 128 + the signal, or -1 when killed as its time ran out
   std::string err;
-  size_t open_calls = 0;
-  Args open_args;  // of the last call
+  std::string opened;  // the arguments of every call of `open`, each ended by a NUL
   bool pwned = false;
   long max_rss_kb = 0;  // the child's peak resident set
-  milliseconds ran{0};  // from start until it was reaped
 };
 
-// A fresh temporary folder (in parent, by default the system's) holding home, config (the
-// preferences folder) and bin (the stand-in `open`); it is also the service's working folder.
-// Removed, with any service still running killed, when the sandbox goes.
+// A fresh folder, in memory when the system offers it (a hundred thousand files or a few hundred
+// megabytes are then made in a moment), holding home, config (the preferences folder) and bin
+// (the stand-in `open`); it is also the service's working folder. Removed, with any service still
+// running killed, when the sandbox goes.
 class Sandbox {
  public:
   fs::path root;
-  // Set before Start, all optional: a command put before the binary (a tracer, by its absolute
-  // path), entries added to the environment, and steps run in order in the child just before exec
-  // (one that fails ends the child with status 125).
-  Args wrapper;
-  Args more_env;
-  std::vector<std::function<bool()>> in_child;
+  pid_t pid = 0;
+  // Shell words put before the binary, each command running the rest: a tracer, `env` adding
+  // variables, a mount namespace, another user.
+  std::string wrapper;
 
-  explicit Sandbox(const fs::path& parent = fs::temp_directory_path()) {
-    root = mkdtemp((parent / "quellmark-e2e-XXXXXX").string().data());
-    for (const char* folder : {"home", "config", "bin"}) fs::create_directory(root / folder);
-    // The stand-in records in its working folder, the sandbox: one line per call, and the
-    // arguments of the last call, each NUL-ended.
-    std::ofstream(root / "bin/open") << "#!/bin/sh\necho >> calls\nprintf '%s\\0' \"$@\" > args\n";
-    fs::permissions(root / "bin/open", fs::perms::owner_all);
+  Sandbox() {
+    const fs::path parent = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
+    root = mkdtemp((parent / "quellmark-XXXXXX").string().data());
+    for (const std::string& folder : Args{"home", "config", "bin", kBundleName}) {
+      fs::create_directory(root / folder);
+    }
+    // The stand-in records its arguments in its working folder, the sandbox.
+    std::ofstream(root / "bin/open") << "#!/bin/sh\nprintf '%s\\0' \"$@\" >> opened\n";
+    fs::permissions(root / "bin/open", fs::perms(0755));
   }
   ~Sandbox() {
-    if (pid_ > 0) {
-      kill(pid_, SIGKILL);
-      waitpid(pid_, nullptr, 0);
-    }
+    if (pid > 0) Finish(milliseconds(0));
     std::error_code ignored;
     fs::remove_all(root, ignored);
   }
   Sandbox(const Sandbox&) = delete;
 
-  pid_t Pid() const { return pid_; }
   fs::path Prefs() const { return root / "config/com.velmora.Tolvane.xml"; }
   void WritePrefs(const std::string& text) const { std::ofstream(Prefs()) << text; }
-  fs::path Bundle() const {
-    fs::create_directory(root / kBundleName);
-    return root / kBundleName;
+  std::string Bundle() const { return (root / kBundleName).string(); }
+  // Tolvane's bundle at the awkward path, saved with these alarms and further settings.
+  void Save(const std::string& alarms, const std::string& more = "") const {
+    WritePrefs(File(Location(Bundle()) + Alarms(alarms) + more));
   }
 
-  // The sandbox's folder "tree" becomes the service's /Applications, in a mount namespace of its
-  // own; needs TreesAvailable.
+  // The folder "tree" becomes the service's /Applications; needs TreesAvailable.
   fs::path UseTree() {
-    const fs::path tree = root / "tree";
-    fs::create_directory(tree);
-    in_child.emplace_back([tree] {
-      return PrivateMounts() &&
-             mount(tree.c_str(), "/Applications", nullptr, MS_BIND, nullptr) == 0;
-    });
-    return tree;
+    HoldApplicationsMountPoint();
+    fs::create_directory(root / "tree");
+    wrapper += BindMount((root / "tree").string(), "/Applications");
+    return root / "tree";
   }
 
   // The service runs as nobody, so that permissions bite (needs root, and comes after UseTree);
   // the sandbox is opened to nobody, and the stand-in can still record in it.
   void RunAsNobody() {
     fs::permissions(root, fs::perms::all);
-    fs::permissions(root / "bin/open", fs::perms::owner_all | fs::perms::group_read |
-                                           fs::perms::group_exec | fs::perms::others_read |
-                                           fs::perms::others_exec);
-    in_child.emplace_back(
-        [] { return setgroups(0, nullptr) == 0 && setgid(kNobody) == 0 && setuid(kNobody) == 0; });
+    wrapper += "setpriv --reuid=65534 --regid=65534 --clear-groups ";
   }
 
-  // Every item in the sandbox with its type and permissions, size, modification time and a hash
-  // of its content; the stand-in's and the test's own records at the top are left out.
+  // Every item with its type and permissions, size, modification time and a hash of its
+  // content; the stand-in's and the test's own records at the top are left out.
   std::map<std::string, std::string> Snapshot() const {
     std::map<std::string, std::string> items;
     for (const auto& entry : fs::recursive_directory_iterator(root)) {
-      const std::string name = entry.path().filename().string();
+      const fs::path name = entry.path().filename();
       if (entry.path().parent_path() == root &&
-          (name == "calls" || name == "args" || name == "stderr" || name == "trace")) {
+          (name == "opened" || name == "stderr" || name == "trace")) {
         continue;
       }
       struct stat st {};
       EXPECT_EQ(lstat(entry.path().c_str(), &st), 0) << entry.path();
-      const size_t hash = S_ISREG(st.st_mode) ? std::hash<std::string>{}(ReadWhole(entry)) : 0;
-      items[entry.path().string()] = std::to_string(st.st_mode) + " " + std::to_string(st.st_size) +
-                                     " " + std::to_string(st.st_mtim.tv_sec) + "." +
-                                     std::to_string(st.st_mtim.tv_nsec) + " " +
-                                     std::to_string(hash);
+      std::ostringstream item;
+      item << st.st_mode << " " << st.st_size << " " << st.st_mtim.tv_sec << "."
+           << st.st_mtim.tv_nsec << " "
+           << (S_ISREG(st.st_mode) ? std::hash<std::string>{}(ReadWhole(entry)) : 0);
+      items[entry.path().string()] = item.str();
     }
     return items;
   }
 
-  // Starts the service with HOME, XDG_CONFIG_HOME, PATH and TZ=UTC only in its environment.
-  void Start(const Args& args = {}) {
-    Args argv_text = wrapper;
-    argv_text.push_back(QUELLMARK_BINARY);
-    argv_text.insert(argv_text.end(), args.begin(), args.end());
+  // Starts the service in the sandbox, stdin and stdout on /dev/null, with HOME, XDG_CONFIG_HOME,
+  // PATH and TZ=UTC only in its environment; args reach it through "$@" untouched.
+  void Start(Args args = {}) {
+    const std::string r = root.string();
+    args.insert(args.begin(),
+                {"/bin/sh", "-c",
+                 "cd " + r + " && exec env -i HOME=" + r + "/home XDG_CONFIG_HOME=" + r +
+                     "/config PATH=" + r + "/bin:/usr/bin:/bin TZ=UTC " + wrapper +
+                     QUELLMARK_BINARY " \"$@\" </dev/null >/dev/null 2>stderr",
+                 "sh"});
     std::vector<char*> argv;
-    for (auto& text : argv_text) argv.push_back(text.data());
+    for (auto& text : args) argv.push_back(text.data());
     argv.push_back(nullptr);
-    Args env = {"HOME=" + (root / "home").string(), "XDG_CONFIG_HOME=" + (root / "config").string(),
-                "PATH=" + (root / "bin").string() + ":/usr/bin:/bin", "TZ=UTC"};
-    env.insert(env.end(), more_env.begin(), more_env.end());
-    std::vector<char*> envp;
-    for (auto& entry : env) envp.push_back(entry.data());
-    envp.push_back(nullptr);
-    const std::string err_path = (root / "stderr").string();
     started_ = steady_clock::now();
-    pid_ = fork();
-    if (pid_ == 0) {
-      const int null = open("/dev/null", O_RDWR);
-      const int err = open(err_path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-      if (null < 0 || err < 0 || chdir(root.c_str()) != 0 || dup2(null, 0) < 0 ||
-          dup2(null, 1) < 0 || dup2(err, 2) < 0) {
-        _exit(126);
-      }
-      for (const auto& step : in_child) {
-        if (!step()) _exit(125);
-      }
-      execve(argv[0], argv.data(), envp.data());
-      _exit(127);
-    }
-    ASSERT_GT(pid_, 0) << "fork failed";
+    ASSERT_EQ(posix_spawn(&pid, "/bin/sh", nullptr, nullptr, argv.data(), environ), 0);
   }
 
   // Waits until the service has run for budget at most; kills it if it is still running then.
+  // Once it is reaped, pid is 0.
   Outcome Finish(milliseconds budget) {
     Outcome outcome;
     int wait_status = 0;
     rusage usage{};
-    while (wait4(pid_, &wait_status, WNOHANG, &usage) == 0) {
-      if (steady_clock::now() - started_ > budget) {
-        outcome.still_running = true;
-        kill(pid_, SIGKILL);
-        wait4(pid_, &wait_status, 0, &usage);
-        break;
-      }
-      std::this_thread::sleep_for(milliseconds(10));
+    bool killed = false;
+    while (wait4(pid, &wait_status, WNOHANG, &usage) == 0) {
+      if (!killed && steady_clock::now() - started_ > budget) killed = kill(pid, SIGKILL) == 0;
+      sleep_for(milliseconds(10));
     }
-    outcome.ran = std::chrono::duration_cast<milliseconds>(steady_clock::now() - started_);
+    // A process of libfaketime's that is killed leaves its shared memory behind.
+    std::error_code ignored;
+    fs::remove("/dev/shm/faketime_shm_" + std::to_string(pid), ignored);
+    fs::remove("/dev/shm/sem.faketime_sem_" + std::to_string(pid), ignored);
+    pid = 0;
     outcome.max_rss_kb = usage.ru_maxrss;
-    pid_ = 0;
-    if (!outcome.still_running) {
+    if (!killed) {
       outcome.status =
           WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
     }
     outcome.err = ReadWhole(root / "stderr");
-    const std::string calls = ReadWhole(root / "calls"), args = ReadWhole(root / "args");
-    outcome.open_calls = calls.size();
-    for (size_t at = 0, end; (end = args.find('\0', at)) != std::string::npos; at = end + 1) {
-      outcome.open_args.push_back(args.substr(at, end - at));
-    }
+    outcome.opened = ReadWhole(root / "opened");
     outcome.pwned = fs::exists(root / "pwned");
     return outcome;
   }
 
  private:
-  pid_t pid_ = 0;
   steady_clock::time_point started_;
 };
+
+// "watching" while the service runs without having called `open`; otherwise what it did.
+inline std::string Watching(const Sandbox& s) {
+  const std::string stat = ReadWhole("/proc/" + std::to_string(s.pid) + "/stat");
+  const bool running = !stat.empty() && stat.find(") Z ") == std::string::npos;
+  const std::string opened = ReadWhole(s.root / "opened");
+  if (running && opened.empty()) return "watching";
+  return (running ? "running, `open` got: " : "ended, `open` got: ") + opened;
+}
+
+// A run that must quit with message, or else (message empty) run `open -a path` once, saying
+// nothing; either way with status 0 and running nothing else.
+inline void Expect(const Outcome& o, const std::string& message, const std::string& path = "") {
+  const std::string opened = message.empty() ? std::string("-a\0", 3) + path + '\0' : "";
+  EXPECT_EQ(std::tuple(o.status, o.err, o.opened, o.pwned), std::tuple(0, message, opened, false));
+}
+
+// One run: its sandbox's preparation, then the message it must quit with or else the path
+// `open` must get (one not starting with / lies in the sandbox), and the service's arguments.
+struct Case {
+  std::string what;
+  std::function<void(Sandbox&)> prepare;
+  std::string message, path = "";
+  Args args = {};
+};
+
+// Prepares and starts every run, then checks each once it ended or ran for budget: one still
+// running then is killed, and fails.
+inline std::vector<Outcome> RunAll(const std::vector<Case>& cases, milliseconds budget) {
+  std::deque<Sandbox> sandboxes;
+  for (const Case& c : cases) {
+    c.prepare(sandboxes.emplace_back());
+    sandboxes.back().Start(c.args);
+  }
+  std::vector<Outcome> outcomes;
+  for (size_t i = 0; i < cases.size(); ++i) {
+    SCOPED_TRACE(cases[i].what);
+    const fs::path path = sandboxes[i].root / cases[i].path;
+    Expect(outcomes.emplace_back(sandboxes[i].Finish(budget)), cases[i].message, path.string());
+  }
+  return outcomes;
+}
 
 }  // namespace quellmark::e2e
 
