@@ -4,20 +4,11 @@
 // namespace) or another user needs root; without it it is skipped.
 
 #include <random>
-#include <regex>
 
 #include "app/service_sandbox.h"
 
 namespace quellmark::e2e {
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool kSanitized = true;
-#elif defined(__has_feature)
-constexpr bool kSanitized = __has_feature(address_sanitizer);
-#else
-constexpr bool kSanitized = false;
-#endif
 
 TEST(HostilePreferencesTest, A200MegabyteFileIsReadInBoundedMemoryAndTime) {
   static const char kNearMisses[] = "<item <ITEM/> </item> <ite m>\0\xff<<item ";
@@ -41,10 +32,10 @@ TEST(HostilePreferencesTest, A200MegabyteFileIsReadInBoundedMemoryAndTime) {
                },
                kNoTolvane}},
              milliseconds(20000));
-  for (const Outcome& outcome : outcomes) {
-    // At most 2.2 times the file; the sanitizer's shadow memory makes the bound meaningless.
-    EXPECT_TRUE(kSanitized || outcome.max_rss_kb * 1024 * 5 <= 11L * (200 << 20))
-        << outcome.max_rss_kb << " KiB";
+  // At most 2.2 times the file; a sanitizer's shadow memory would make the bound meaningless.
+  const bool sanitized = std::system("grep -qa __asan_init " QUELLMARK_BINARY) == 0;
+  for (const Outcome& o : outcomes) {
+    EXPECT_TRUE(sanitized || o.max_rss_kb * 1024 * 5 <= 11L * (200 << 20)) << o.max_rss_kb;
   }
 }
 
@@ -88,7 +79,7 @@ TEST(HostileApplicationsTreeTest, SearchSurvivesLoopsLocksDepthShellCodeAndBread
 }
 
 TEST(HostileWritesNothingTest, ALaunchOverAReadOnlySandboxChangesNothingAndOpensNothingToWrite) {
-  const bool traced = std::system("command -v strace >/dev/null") == 0;
+  if (std::system("command -v strace >/dev/null") != 0) GTEST_SKIP() << "needs strace";
   Sandbox s;
   // Tolvane is found by a search when the tree can be /Applications, else by its saved location.
   const bool search = TreesAvailable();
@@ -101,31 +92,27 @@ TEST(HostileWritesNothingTest, ALaunchOverAReadOnlySandboxChangesNothingAndOpens
   if (geteuid() == 0) s.RunAsNobody();
   // Without -f: the service alone, not the shell and `open` it starts. The leak checker cannot
   // run under a tracer.
-  if (traced) {
-    s.wrapper +=
-        "env ASAN_OPTIONS=detect_leaks=0 strace -o trace -e trace=open,openat,openat2,"
-        "creat,truncate,ftruncate,rename,renameat,renameat2,unlink,unlinkat,mkdir,"
-        "mkdirat,link,linkat,symlink,symlinkat,chmod,fchmod,fchmodat ";
-  }
+  s.wrapper +=
+      "env ASAN_OPTIONS=detect_leaks=0 strace -o trace -e trace=open,openat,openat2,creat,truncate,"
+      "ftruncate,rename,renameat,renameat2,unlink,unlinkat,mkdir,mkdirat,link,linkat,symlink,"
+      "symlinkat,chmod,fchmod,fchmodat ";
   const std::string chmod = "cd " + s.root.string() + " && chmod -R ";
   ASSERT_EQ(std::system((chmod + "a-w home config tree").c_str()), 0);
   const auto before = s.Snapshot();
+  ASSERT_NE(before.find("./home/notes.txt f 444 5 "), std::string::npos) << before;
   s.Start();
   Expect(s.Finish(milliseconds(10000)), "",
          search ? "/Applications/Utilities/Tolvane.app" : tolvane.string());
   EXPECT_EQ(s.Snapshot(), before);
   ASSERT_EQ(std::system((chmod + "u+w home config tree").c_str()), 0);
-  if (!traced) GTEST_SKIP() << "the calls cannot be traced without strace";
-  std::istringstream trace(ReadWhole(s.root / "trace"));
-  size_t preferences_opens = 0;
-  for (std::string line; std::getline(trace, line);) {
-    if (line.starts_with("---") || line.starts_with("+++")) continue;
-    // Of the calls traced, only opens without a flag that writes.
-    static const std::regex kReadOnlyOpen("^open(at2?)?\\((?!.*O_(WRONLY|RDWR|CREAT|TRUNC))");
-    EXPECT_TRUE(std::regex_search(line, kReadOnlyOpen)) << line;
-    preferences_opens += line.find(s.Prefs().string()) != std::string::npos ? 1 : 0;
-  }
-  EXPECT_EQ(preferences_opens, 1U);  // the trace saw the service at work
+  // Of the calls traced, only opens without a flag that writes: grep finds no other line (status
+  // 1) and shows any. The trace saw the service at work, opening its preferences file once.
+  const std::string grep = "cd " + s.root.string() + " && grep ";
+  EXPECT_EQ(
+      Output(grep + "-Pv '^open(at2?)?\\((?!.*O_(WRONLY|RDWR|CREAT|TRUNC))|^(---|\\+\\+\\+)' " +
+             "trace; echo $?"),
+      "1\n");
+  EXPECT_EQ(Output(grep + "-c " + s.Prefs().string() + " trace"), "1\n");
 }
 
 }  // namespace

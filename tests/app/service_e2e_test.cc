@@ -6,31 +6,26 @@
 namespace quellmark::e2e {
 namespace {
 
-TEST(ServiceEndToEndTest, EachUnusableInputEndsWithItsOneLineAndStatus0InTheOrderOfChecks) {
-  const std::vector<Case> cases = {
-      {"no preferences file", [](Sandbox&) {}, kNoFile},
-      {"a folder", [](Sandbox& s) { fs::create_directory(s.Prefs()); }, kUnreadable},
-      {"a named pipe", [](Sandbox& s) { mkfifo(s.Prefs().c_str(), 0600); }, kUnreadable},
-      {"a link to /dev/zero", [](Sandbox& s) { fs::create_symlink("/dev/zero", s.Prefs()); },
-       kUnreadable},
-      {"no saved location and no alarms", [](Sandbox& s) { s.WritePrefs(File(Alarms(""))); },
-       kNoTolvane},
-      {"an empty alarm list and an alarm outside it",
-       [](Sandbox& s) { s.Save("", Timer(0, true)); }, kNoAlarms},
-      {"a file the service's user may not read: nobody, when the test runs as root",
-       [](Sandbox& s) {
-         s.Save(Timer(0, true));
-         fs::permissions(s.Prefs(), fs::perms::none);
-         if (geteuid() == 0) s.RunAsNobody();
-       },
-       kUnreadable}};
-  RunAll(cases, milliseconds(5000));
-}
-
-TEST(ServiceEndToEndTest, ARingingEnabledAlarmOpensTolvaneOnceWithItsPathAsOneArgument) {
+TEST(ServiceEndToEndTest, EndsWithItsOneLineInTheOrderOfChecksOrOneLaunchAndStatus0) {
   const std::string minute_ago = LastLaunch(std::time(nullptr) - 60);
   RunAll(
-      {{"a timer of one second, run with arguments of every kind",
+      {{"no preferences file", [](Sandbox&) {}, kNoFile},
+       {"a folder", [](Sandbox& s) { fs::create_directory(s.Prefs()); }, kUnreadable},
+       {"a named pipe", [](Sandbox& s) { mkfifo(s.Prefs().c_str(), 0600); }, kUnreadable},
+       {"a link to /dev/zero", [](Sandbox& s) { fs::create_symlink("/dev/zero", s.Prefs()); },
+        kUnreadable},
+       {"a file the service's user may not read: nobody, when the test runs as root",
+        [](Sandbox& s) {
+          s.Save(Timer(0, true));
+          fs::permissions(s.Prefs(), fs::perms::none);
+          if (geteuid() == 0) s.RunAsNobody();
+        },
+        kUnreadable},
+       {"no saved location and no alarms", [](Sandbox& s) { s.WritePrefs(File(Alarms(""))); },
+        kNoTolvane},
+       {"an empty alarm list and an alarm outside it",
+        [](Sandbox& s) { s.Save("", Timer(0, true)); }, kNoAlarms},
+       {"a timer of one second, run with arguments of every kind",
         [](Sandbox& s) { s.Save(Timer(1, true)); }, "", kBundleName,
         Args{"--help", "-x", "", "stop", "$(touch pwned)", "com.velmora.Tolvane.xml"}},
        {"a disabled ringing timer before two enabled ones, Tolvane last launched a minute ago",

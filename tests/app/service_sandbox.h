@@ -19,13 +19,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <deque>
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <map>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -41,9 +41,7 @@ using std::chrono::steady_clock;
 using std::this_thread::sleep_for;
 
 // The service's four messages, each a line of its own on stderr.
-inline std::string Quit(const char* why) {
-  return "Quellmark quit because " + std::string(why) + ".\n";
-}
+inline std::string Quit(const std::string& why) { return "Quellmark quit because " + why + ".\n"; }
 inline const auto kNoFile = Quit("it could not find the Tolvane preferences file");
 inline const auto kUnreadable = Quit("it could not open the Tolvane preferences file for reading");
 inline const auto kNoTolvane = Quit("it could not find the Tolvane application");
@@ -60,6 +58,15 @@ inline std::string ReadWhole(const fs::path& path) {
   std::ostringstream text;
   text << std::ifstream(path).rdbuf();
   return text.str();
+}
+
+// What a shell command writes on its standard output.
+inline std::string Output(const std::string& command) {
+  std::string text;
+  FILE* out = popen(command.c_str(), "r");
+  for (int c = 0; out != nullptr && (c = std::fgetc(out)) != EOF;) text += static_cast<char>(c);
+  if (out != nullptr) pclose(out);
+  return text;
 }
 
 inline std::string Tag(const std::string& name, const std::string& value) {
@@ -86,25 +93,22 @@ inline std::string File(const std::string& settings) {
 
 // Every byte as %XX: the decoding of the saved location is exercised in full.
 inline std::string Location(const fs::path& tolvane) {
+  static constexpr char kHex[] = "0123456789ABCDEF";
   std::string encoded;
-  for (const unsigned char byte : tolvane.string()) {
-    encoded += {'%', "0123456789ABCDEF"[byte >> 4], "0123456789ABCDEF"[byte & 15]};
-  }
+  for (const unsigned char b : tolvane.string()) encoded += {'%', kHex[b >> 4], kHex[b & 15]};
   return Tag("LastApplicationLocation", encoded);
 }
 
 // Root, and mount namespaces allowed: a run can then see a tree of its own at /Applications.
 inline bool TreesAvailable() {
-  static const bool available =
-      geteuid() == 0 && std::system("unshare --mount --propagation private true 2>&-") == 0;
+  static const bool available = geteuid() == 0 && std::system("unshare --mount true 2>&-") == 0;
   return available;
 }
 
-// Shell words that run the words after them in a private mount namespace in which source (a path
-// without blanks or quotes) is bound at target.
+// Shell words that run the words after them in a mount namespace of their own (its mounts private,
+// unshare's default) in which source, a path without blanks or quotes, is bound at target.
 inline std::string BindMount(const std::string& source, const std::string& target) {
-  return "unshare --mount --propagation private sh -c 'mount --bind " + source + " " + target +
-         " && exec \"$@\"' sh ";
+  return "unshare --mount sh -c 'mount --bind " + source + " " + target + " && exec \"$@\"' sh ";
 }
 
 // /Applications, the mount point of the runs' trees, is made when missing and marked so. Test
@@ -126,8 +130,8 @@ inline void HoldApplicationsMountPoint() {
 
 struct Outcome {
   int status = -1;  // exit status, 128 + the signal, or -1 when killed as its time ran out
-  std::string err;
-  std::string opened;  // the arguments of every call of `open`, each ended by a NUL
+  // What it wrote on stderr, and the arguments of every call of `open`, each ended by a NUL.
+  std::string err, opened;
   bool pwned = false;
   long max_rss_kb = 0;  // the child's peak resident set
 };
@@ -135,7 +139,8 @@ struct Outcome {
 // A fresh folder, in memory when the system offers it (a hundred thousand files or a few hundred
 // megabytes are then made in a moment), holding home, config (the preferences folder) and bin
 // (the stand-in `open`); it is also the service's working folder. Removed, with any service still
-// running killed, when the sandbox goes.
+// running killed, when the sandbox goes. Its path, like the binary's, goes into command lines as it
+// is, so neither may hold blanks or quotes.
 class Sandbox {
  public:
   fs::path root;
@@ -147,9 +152,8 @@ class Sandbox {
   Sandbox() {
     const fs::path parent = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
     root = mkdtemp((parent / "quellmark-XXXXXX").string().data());
-    for (const std::string& folder : Args{"home", "config", "bin", kBundleName}) {
-      fs::create_directory(root / folder);
-    }
+    for (const char* folder : {"home", "config", "bin"}) fs::create_directory(root / folder);
+    fs::create_directory(Bundle());
     // The stand-in records its arguments in its working folder, the sandbox.
     std::ofstream(root / "bin/open") << "#!/bin/sh\nprintf '%s\\0' \"$@\" >> opened\n";
     fs::permissions(root / "bin/open", fs::perms(0755));
@@ -184,25 +188,12 @@ class Sandbox {
     wrapper += "setpriv --reuid=65534 --regid=65534 --clear-groups ";
   }
 
-  // Every item with its type and permissions, size, modification time and a hash of its
-  // content; the stand-in's and the test's own records at the top are left out.
-  std::map<std::string, std::string> Snapshot() const {
-    std::map<std::string, std::string> items;
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-      const fs::path name = entry.path().filename();
-      if (entry.path().parent_path() == root &&
-          (name == "opened" || name == "stderr" || name == "trace")) {
-        continue;
-      }
-      struct stat st {};
-      EXPECT_EQ(lstat(entry.path().c_str(), &st), 0) << entry.path();
-      std::ostringstream item;
-      item << st.st_mode << " " << st.st_size << " " << st.st_mtim.tv_sec << "."
-           << st.st_mtim.tv_nsec << " "
-           << (S_ISREG(st.st_mode) ? std::hash<std::string>{}(ReadWhole(entry)) : 0);
-      items[entry.path().string()] = item.str();
-    }
-    return items;
+  // Every item with its path, type, permissions, size and modification time, and every file's
+  // hash; the stand-in's and the test's own records at the top are left out.
+  std::string Snapshot() const {
+    return Output(
+        "cd " + root.string() + " && find . -mindepth 1 ! -path ./opened ! -path " +
+        "./stderr ! -path ./trace -printf '%p %y %m %s %T@\\n' -type f -exec sha1sum {} +");
   }
 
   // Starts the service in the sandbox, stdin and stdout on /dev/null, with HOME, XDG_CONFIG_HOME,
@@ -225,7 +216,6 @@ class Sandbox {
   // Waits until the service has run for budget at most; kills it if it is still running then.
   // Once it is reaped, pid is 0.
   Outcome Finish(milliseconds budget) {
-    Outcome outcome;
     int wait_status = 0;
     rusage usage{};
     bool killed = false;
@@ -234,19 +224,14 @@ class Sandbox {
       sleep_for(milliseconds(10));
     }
     // A process of libfaketime's that is killed leaves its shared memory behind.
-    std::error_code ignored;
-    fs::remove("/dev/shm/faketime_shm_" + std::to_string(pid), ignored);
-    fs::remove("/dev/shm/sem.faketime_sem_" + std::to_string(pid), ignored);
+    std::error_code error;
+    fs::remove("/dev/shm/faketime_shm_" + std::to_string(pid), error);
+    fs::remove("/dev/shm/sem.faketime_sem_" + std::to_string(pid), error);
     pid = 0;
-    outcome.max_rss_kb = usage.ru_maxrss;
-    if (!killed) {
-      outcome.status =
-          WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
-    }
-    outcome.err = ReadWhole(root / "stderr");
-    outcome.opened = ReadWhole(root / "opened");
-    outcome.pwned = fs::exists(root / "pwned");
-    return outcome;
+    const int status =
+        WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
+    return {killed ? -1 : status, ReadWhole(root / "stderr"), ReadWhole(root / "opened"),
+            fs::exists(root / "pwned", error), usage.ru_maxrss};
   }
 
  private:
