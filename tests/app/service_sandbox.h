@@ -95,7 +95,7 @@ inline std::string File(const std::string& settings) {
 inline std::string Location(const fs::path& tolvane) {
   static constexpr char kHex[] = "0123456789ABCDEF";
   std::string encoded;
-  for (const unsigned char b : tolvane.string()) encoded += {'%', kHex[b >> 4], kHex[b & 15]};
+  for (const char c : tolvane.string()) encoded += {'%', kHex[(c >> 4) & 15], kHex[c & 15]};
   return Tag("LastApplicationLocation", encoded);
 }
 
