@@ -71,8 +71,7 @@ TEST(SaveDataTest, SetsEveryPropertyByItsRuleAndNoOther) {
         Ref<FolderItem>::New("/kept");
     item.putSaveData(c.value == nullptr ? String() : String(EveryTag(c.value)));
     for (const PropertyInfo& p : kAlarmItemProperties) {
-      EXPECT_EQ(PropertyText(item, p), Expected(p, c))
-          << p.name << " from " << (c.value ? c.value : "no tags");
+      EXPECT_EQ(PropertyText(item, p), Expected(p, c)) << p.name << " in row " << &c - cases;
     }
   }
 }
@@ -84,11 +83,9 @@ TEST(SaveDataTest, ATimerCountsFromTheClockShiftedByTheRingOffset) {
   env.now = 3'000'000'000;
   const double now = 3e9, kept = 12.5;
   const std::tuple<const char*, int32_t, double> rows[] = {
-      {"timer", 5, now + 300},
-      {"TIMER", 0, now},
-      {"Ti%6Der", -3, now - 180},
-      {"timer", 40'000'000, now - 1'894'967'296},
-      {"timer ", 5, kept}};
+      {"timer", 5, now + 300},    {"TIMER", 0, now},
+      {"Ti%6Der", -3, now - 180}, {"timer", 40'000'000, now - 1'894'967'296},
+      {"timer ", 5, kept},        {"daily", 5, kept}};
   for (const auto& [format, offset, last_rung] : rows) {
     GlobalMethods::iRingOffset = offset;
     AlarmItem item;

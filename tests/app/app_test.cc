@@ -57,13 +57,12 @@ TEST(CheckAlarmsTest, TheFirstEnabledRingingAlarmLaunchesTolvaneOnceAndEndsThePr
       {"so does one later in this minute", "E", "Tolvane.app", 29, false},
       {"a launch the second before this minute does not", "E", "Tolvane.app", -31, true},
       {"nor does one at this time the day before", "E", "Tolvane.app", -86400, true}};
-  for (const auto& [what, alarms, tolvane, last_launch, launches] : rows) {
+  for (const auto& [what, alarms, tolvane, last, launches] : rows) {
     env.commands.clear();
     App app;
     for (const char* kind = alarms; *kind != '\0'; ++kind) app.alarmArray.Append(Timer(*kind));
     if (tolvane) app.FTolvaneItem = GetFolderItem(String(dir / "My Apps/" + tolvane), 0);
-    app.dLastLaunch =
-        Ref<Date>::New(Date::FromTotalSeconds(static_cast<double>(kNow + last_launch)));
+    app.dLastLaunch = Ref<Date>::New(Date::FromTotalSeconds(static_cast<double>(kNow + last)));
     EXPECT_EQ(Ending([&] { app.checkAlarms(); }), launches ? "exit 0" : "returned") << what;
     EXPECT_EQ(env.commands, launches ? Lines{launch} : Lines{}) << what;
   }
