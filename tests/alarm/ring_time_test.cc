@@ -68,7 +68,7 @@ TEST_F(RingTime, MonthlyRingsOnTheChosenOccurrencesOfItsWeekdaysInItsMonths) {
   const std::tuple<const char*, int> kMonths[] = {{"", 0}, {"3", 3}, {"12", 12}, {"13", 0}};
   for (const bool to_last : {false, true}) {
     for (int32_t week = 1; week <= (to_last ? 2 : 5); ++week) {
-      for (const auto& [text, only] : kMonths) {
+      for (const auto& [text, month] : kMonths) {
         AlarmItem alarm;
         alarm.dAlarmFormat = week % 2 ? "monthly" : "MONTHLY", alarm.dMonthlyToLast = to_last;
         alarm.dMonthlyMonth = text, alarm.dHour = 4 * week, alarm.dMinute = 59 - week;
@@ -76,7 +76,7 @@ TEST_F(RingTime, MonthlyRingsOnTheChosenOccurrencesOfItsWeekdaysInItsMonths) {
         alarm.dMonthlyWeekday->Set(one, true), alarm.dMonthlyWeekday->Set(other, true);
         alarm.dMonthlyWeekNum->Set(week - 1, true);
         const std::string what = "week " + std::to_string(week) + (to_last ? " from the end" : "");
-        ExpectRingsOnDays(alarm, what + ", month " + text, [&](const std::tm& t) {
+        ExpectRingsOnDays(alarm, what + ", month " + text, [&, only = month](const std::tm& t) {
           const int length = Civil(At(t.tm_year + 1900, t.tm_mon + 2, 0)).tm_mday;
           const int occurrence = (to_last ? length - t.tm_mday : t.tm_mday - 1) / 7 + 1;
           return (t.tm_wday == one || t.tm_wday == other) && occurrence == week &&
@@ -98,12 +98,12 @@ TEST_F(RingTime, CalendarRingsOnTheDayItsFieldsSpellAnEmptyFieldMatchingAny) {
       {"", "2025", "0", "31", 2024, 12, 31},  // month 0 is December of the year before
       {"", "2025", "x", "1", 2024, 12, 1},    // text that is no number reads as 0
   };
-  for (const auto& [format, year, month, day, y, m, d] : kCases) {
+  for (const auto& [format, year, month, day, ring_y, ring_m, ring_d] : kCases) {
     AlarmItem alarm;
     alarm.dAlarmFormat = format, alarm.dYear = year, alarm.dMonth = month, alarm.dDay = day;
     alarm.dHour = 7, alarm.dMinute = 30;
     const std::string what = std::string(year) + "/" + month + "/" + day + " '" + format + "'";
-    ExpectRingsOnDays(alarm, what, [&](const std::tm& t) {
+    ExpectRingsOnDays(alarm, what, [y = ring_y, m = ring_m, d = ring_d](const std::tm& t) {
       return (y == 0 || y == t.tm_year + 1900) && (m == 0 || m == t.tm_mon + 1) &&
              (d == 0 || d == t.tm_mday);
     });
