@@ -43,11 +43,11 @@ std::string Expected(const PropertyInfo& p, const RuleCase& c) {
                      "vSendShotQuality"})) {
     return c.decoded_number;
   }
-  if (p.type == PropertyType::kString) return c.text;
-  if (p.type == PropertyType::kBoolean) return c.flag;
-  if (p.type == PropertyType::kFolderItem) return c.file;
   if (p.type == PropertyType::kBooleanArray) return std::string(fresh.size(), *c.flag);
-  return p.name == "vModemPort" ? c.modem_port : c.number;
+  if (p.name == "vModemPort") return c.modem_port;
+  // By PropertyType; the two doubles are among the unsaved above.
+  const char* const by_type[] = {c.text, c.number, c.flag, nullptr, c.file};
+  return by_type[static_cast<size_t>(p.type)];
 }
 
 // How the runtime reads a number or a flag is its own tests' concern; these values tell the
