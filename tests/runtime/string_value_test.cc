@@ -46,7 +46,8 @@ TEST(StringSearch, InStrCountFieldsNthFieldAndEqualityAgreeWithAPlainScanInLinea
     }
     ASSERT_EQ(CountFields(s, f), std::ssize(fields));
     for (int32_t n = 0; n <= std::ssize(fields) + 1; ++n) {
-      ASSERT_EQ(NthField(s, f, n).Bytes(), n >= 1 && n <= std::ssize(fields) ? fields[n - 1] : "");
+      const std::string field = n > 0 && n <= std::ssize(fields) ? fields.begin()[n - 1] : "";
+      ASSERT_EQ(NthField(s, f, n).Bytes(), field) << n;
     }
   }
   // A search that restarts at every partial match would compare some 10^12 bytes here.
