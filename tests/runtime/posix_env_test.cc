@@ -4,7 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <stdexcept>
 #include <tuple>
+#include <vector>
+
+#include "runtime/application.h"
+#include "runtime/exceptions.h"
 
 namespace quellmark {
 namespace {
@@ -23,6 +30,38 @@ TEST(PosixEnvTest, PreferencesFolderIsAnAbsoluteXdgConfigHomeElseDotConfigInHome
 
 TEST(PosixEnvTest, ServiceMessagesAtLevel1007AreLoggedAtNotice) {
   EXPECT_EQ(SyslogPriorityForLevel(1007), LOG_NOTICE);
+}
+
+// A service whose Run is the test's function.
+class Service final : public ServiceApplication {
+ public:
+  explicit Service(std::function<int32_t(const std::vector<String>&)> run) : run_(std::move(run)) {}
+  int32_t Run(const std::vector<String>& args) override { return run_(args); }
+
+ private:
+  std::function<int32_t(const std::vector<String>&)> run_;
+};
+
+TEST(ApplicationTest, RunGivesTheExitStatusAndAnEscapingExceptionOneLineAndStatus70) {
+  char program[] = "quellmark", flag[] = "--flag";
+  char* argv[] = {program, flag, nullptr};
+  Service passes([](const auto& args) { return args.at(1).Bytes() == "--flag" ? 7 : 1; });
+  EXPECT_EQ(RunServiceApplication(passes, 2, argv), 7);
+  const std::pair<std::function<void()>, const char*> rows[] = {
+      {[] { throw NilObjectException("FolderItem"); }, "NilObjectException: a member of a nil"},
+      {[] { throw std::runtime_error("disk\nfull"); }, "disk full"},
+      {[] { throw 42; }, "unknown"}};
+  for (const auto& [raise, named] : rows) {
+    Service throws([&raise](const auto&) -> int32_t {
+      raise();
+      return 0;
+    });
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(RunServiceApplication(throws, 2, argv), kUncaughtExceptionStatus) << named;
+    const std::string line = testing::internal::GetCapturedStderr();
+    EXPECT_NE(line.find(named), std::string::npos) << line;
+    EXPECT_EQ(std::count(line.begin(), line.end(), '\n'), 1) << line;
+  }
 }
 
 }  // namespace
