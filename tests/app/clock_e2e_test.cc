@@ -19,8 +19,17 @@ std::string Daily(int hour, int minute) {
          Tag("dMinute", std::to_string(minute)) + "</item>";
 }
 
-// Where Debian's package puts the library.
-const std::string kFaketime = "/usr/lib/x86_64-linux-gnu/faketime/libfaketime.so.1";
+// Debian's package puts the library in the machine's multiarch folder.
+std::string FindFaketime() {
+  std::error_code error;
+  for (const auto& folder : fs::directory_iterator("/usr/lib", error)) {
+    if (fs::exists(folder.path() / "faketime/libfaketime.so.1", error)) {
+      return folder.path() / "faketime/libfaketime.so.1";
+    }
+  }
+  return "/usr/lib/faketime/libfaketime.so.1";
+}
+const std::string kFaketime = FindFaketime();
 
 // Starts the service with its clock set by faketime's variables, and any other, in env's words.
 // A sanitized service would refuse a library preloaded before its runtime, and its allocator,
