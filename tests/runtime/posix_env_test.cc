@@ -52,8 +52,9 @@ TEST(ApplicationTest, RunGivesTheExitStatusAndAnEscapingExceptionOneLineAndStatu
       {[] { throw std::runtime_error("disk\nfull"); }, "disk full"},
       {[] { throw 42; }, "unknown"}};
   for (const auto& [raise, named] : rows) {
-    Service throws([&raise](const auto&) -> int32_t {
-      raise();
+    const std::function<void()>& thrower = raise;  // a binding cannot be captured everywhere
+    Service throws([&thrower](const auto&) -> int32_t {
+      thrower();
       return 0;
     });
     testing::internal::CaptureStderr();
