@@ -6,20 +6,25 @@
 
 #include <stdlib.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <filesystem>
 #include <string>
+#include <system_error>
 #include <variant>
 
 #include "alarm/alarm_item.h"
 
 namespace quellmark {
 
-// A fresh folder under the temporary folder, removed with everything in it.
+// A fresh folder under parent (the temporary folder by default), removed with everything in it.
 struct TempFolder {
-  std::string path =
-      mkdtemp((std::filesystem::temp_directory_path() / "quellmark-XXXXXX").string().data());
-  TempFolder() = default;
+  explicit TempFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path())
+      : path((parent / "quellmark-XXXXXX").string()) {
+    if (mkdtemp(path.data()) == nullptr)
+      throw std::filesystem::filesystem_error("mkdtemp", parent, {errno, std::generic_category()});
+  }
+  std::string path;
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
   ~TempFolder() {

@@ -32,6 +32,8 @@
 #include <tuple>
 #include <vector>
 
+#include "test_support.h"
+
 namespace quellmark::e2e {
 
 namespace fs = std::filesystem;
@@ -142,16 +144,16 @@ struct Outcome {
 // running killed, when the sandbox goes. Its path, like the binary's, goes into command lines as it
 // is, so neither may hold blanks or quotes.
 class Sandbox {
+  TempFolder scratch_{fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path()};
+
  public:
-  fs::path root;
+  fs::path root = scratch_.path;
   pid_t pid = 0;
   // Shell words put before the binary, each command running the rest: a tracer, `env` adding
   // variables, a mount namespace, another user.
   std::string wrapper;
 
   Sandbox() {
-    const fs::path parent = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
-    root = mkdtemp((parent / "quellmark-XXXXXX").string().data());
     for (const char* folder : {"home", "config", "bin"}) fs::create_directory(root / folder);
     fs::create_directory(Bundle());
     // The stand-in records its arguments in its working folder, the sandbox.
@@ -160,8 +162,6 @@ class Sandbox {
   }
   ~Sandbox() {
     if (pid > 0) Finish(milliseconds(0));
-    std::error_code ignored;
-    fs::remove_all(root, ignored);
   }
   Sandbox(const Sandbox&) = delete;
 
