@@ -42,7 +42,12 @@ constexpr int64_t kRelistInterval = 1'000'000'000;
 constexpr int64_t kRecheckInterval = int64_t{FolderItem::kRecheckMilliseconds} * 1'000'000;
 
 FolderItem::ChangeStamp StampOf(const struct stat& st) {
+#ifdef __APPLE__
+  // macOS names the nanosecond time stamps after the struct, not POSIX's st_mtim.
+  return {st.st_dev, st.st_ino, Nanoseconds(st.st_mtimespec), Nanoseconds(st.st_ctimespec)};
+#else
   return {st.st_dev, st.st_ino, Nanoseconds(st.st_mtim), Nanoseconds(st.st_ctim)};
+#endif
 }
 
 FolderItem::ListedType TypeOf(const dirent& entry) {

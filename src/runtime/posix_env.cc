@@ -78,7 +78,8 @@ class PosixEnv final : public Env {
 
   std::optional<std::string> PreferencesFolderPath() override {
     const std::optional<std::string> home = HomeFolder();
-    return PreferencesFolderFrom(home ? home->c_str() : nullptr, std::getenv("XDG_CONFIG_HOME"));
+    return PreferencesFolderFrom(kThisPlatform, home ? home->c_str() : nullptr,
+                                 std::getenv("XDG_CONFIG_HOME"));
   }
 
   std::string ApplicationsFolderPath() override { return "/Applications"; }
@@ -113,16 +114,14 @@ class PosixEnv final : public Env {
 
 }  // namespace
 
-std::optional<std::string> PreferencesFolderFrom(const char* home, const char* xdg_config_home) {
-#ifdef __APPLE__
-  (void)xdg_config_home;
+std::optional<std::string> PreferencesFolderFrom(Platform platform, const char* home,
+                                                 const char* xdg_config_home) {
+  const bool mac = platform == Platform::kMacOS;
+  if (!mac && IsSet(xdg_config_home) && xdg_config_home[0] == '/') {
+    return std::string(xdg_config_home);
+  }
   if (!IsSet(home)) return std::nullopt;
-  return JoinPath(home, "Library/Preferences");
-#else
-  if (IsSet(xdg_config_home) && xdg_config_home[0] == '/') return std::string(xdg_config_home);
-  if (!IsSet(home)) return std::nullopt;
-  return JoinPath(home, ".config");
-#endif
+  return JoinPath(home, mac ? "Library/Preferences" : ".config");
 }
 
 std::string AsOneLine(std::string text) {

@@ -10,10 +10,19 @@
 
 namespace quellmark {
 
-// The user's preferences folder given the home folder and $XDG_CONFIG_HOME (either may be
-// null): ~/Library/Preferences on macOS; elsewhere $XDG_CONFIG_HOME when it is absolute, else
-// ~/.config. nullopt when a folder is needed from an empty or missing home.
-std::optional<std::string> PreferencesFolderFrom(const char* home, const char* xdg_config_home);
+// The operating systems whose folder layouts differ, and the one this build runs on.
+enum class Platform { kMacOS, kOther };
+#ifdef __APPLE__
+inline constexpr Platform kThisPlatform = Platform::kMacOS;
+#else
+inline constexpr Platform kThisPlatform = Platform::kOther;
+#endif
+
+// The user's preferences folder on platform given the home folder and $XDG_CONFIG_HOME (either
+// may be null): ~/Library/Preferences on macOS; elsewhere $XDG_CONFIG_HOME when it is absolute,
+// else ~/.config. nullopt when a folder is needed from an empty or missing home.
+std::optional<std::string> PreferencesFolderFrom(Platform platform, const char* home,
+                                                 const char* xdg_config_home);
 
 // syslog(3) priority for a runtime log level. Level 1007, the level of the service's messages,
 // is raised to LOG_NOTICE, the lowest priority that common system logs keep by default; levels

@@ -16,17 +16,26 @@
 namespace quellmark {
 namespace {
 
-#ifndef __APPLE__
-// An absolute $XDG_CONFIG_HOME, which needs no home; else, a relative one ignored, .config in the
-// home with no doubled slash; none from a missing or empty home.
-TEST(PosixEnvTest, PreferencesFolderIsAnAbsoluteXdgConfigHomeElseDotConfigInHome) {
-  const std::tuple<const char*, const char*, std::optional<std::string>> rows[] = {
-      {"/home/ann", nullptr, "/home/ann/.config"}, {"/home/ann/", "conf", "/home/ann/.config"},
-      {"/home/ann", "/etc/ann", "/etc/ann"},       {nullptr, nullptr, std::nullopt},
-      {nullptr, "/etc/ann", "/etc/ann"},           {"", "", std::nullopt}};
-  for (const auto& [home, xdg, folder] : rows) EXPECT_EQ(PreferencesFolderFrom(home, xdg), folder);
+// Elsewhere: an absolute $XDG_CONFIG_HOME, which needs no home; else, a relative one ignored,
+// .config in the home with no doubled slash. On macOS: ~/Library/Preferences whatever
+// $XDG_CONFIG_HOME says. None from a missing or empty home.
+TEST(PosixEnvTest, PreferencesFolderOfEachPlatform) {
+  constexpr Platform kMac = Platform::kMacOS, kOther = Platform::kOther;
+  const std::tuple<Platform, const char*, const char*, std::optional<std::string>> rows[] = {
+      {kOther, "/home/ann", nullptr, "/home/ann/.config"},
+      {kOther, "/home/ann/", "conf", "/home/ann/.config"},
+      {kOther, "/home/ann", "/etc/ann", "/etc/ann"},
+      {kOther, nullptr, nullptr, std::nullopt},
+      {kOther, nullptr, "/etc/ann", "/etc/ann"},
+      {kOther, "", "", std::nullopt},
+      {kMac, "/Users/ann", nullptr, "/Users/ann/Library/Preferences"},
+      {kMac, "/Users/ann/", "/etc/ann", "/Users/ann/Library/Preferences"},
+      {kMac, nullptr, "/etc/ann", std::nullopt},
+      {kMac, "", nullptr, std::nullopt}};
+  for (const auto& [platform, home, xdg, folder] : rows) {
+    EXPECT_EQ(PreferencesFolderFrom(platform, home, xdg), folder);
+  }
 }
-#endif
 
 TEST(PosixEnvTest, ServiceMessagesAtLevel1007AreLoggedAtNotice) {
   EXPECT_EQ(SyslogPriorityForLevel(1007), LOG_NOTICE);
