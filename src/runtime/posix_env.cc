@@ -1,8 +1,5 @@
 #include "runtime/posix_env.h"
 
-#include <pwd.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -15,6 +12,7 @@
 #include "runtime/calendar.h"
 #include "runtime/env.h"
 #include "runtime/folder_item.h"
+#include "runtime/system_calls.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): not declared by every libc
 
@@ -29,8 +27,8 @@ std::optional<std::string> HomeFolder() {
   std::vector<char> buffer(16384);
   passwd entry{};
   passwd* found = nullptr;
-  if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
-      IsSet(found->pw_dir)) {
+  if (sys::PasswordEntry(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
+      found != nullptr && IsSet(found->pw_dir)) {
     return found->pw_dir;
   }
   return std::nullopt;
@@ -41,12 +39,12 @@ class PosixEnv final : public Env {
   // The zone is re-read (tzset) at most once for each second of the clock, so a change of the
   // machine's time zone shows within a second while a pass over many dates costs one lookup.
   int64_t LocalWallClockSeconds() override {
-    const std::time_t now = std::time(nullptr);
+    const auto now = static_cast<std::time_t>(sys::RealTimeNanoseconds() / 1'000'000'000);
     if (now != cached_utc_) {
       tzset();
       std::tm local{};
-      cached_local_ = localtime_r(&now, &local) != nullptr ? WallClockSecondsFrom(local)
-                                                           : WallClockSecondsFrom(UtcFields(now));
+      cached_local_ = sys::LocalTime(now, &local) ? WallClockSecondsFrom(local)
+                                                  : WallClockSecondsFrom(UtcFields(now));
       cached_utc_ = now;
     }
     return cached_local_;
@@ -56,7 +54,7 @@ class PosixEnv final : public Env {
     if (milliseconds <= 0) return;
     using Nanoseconds = decltype(timespec::tv_nsec);
     timespec wait{milliseconds / 1000, static_cast<Nanoseconds>(milliseconds % 1000) * 1000000};
-    while (nanosleep(&wait, &wait) != 0 && errno == EINTR) {
+    while (sys::Sleep(&wait, &wait) != 0 && errno == EINTR) {
     }
   }
 
@@ -91,9 +89,9 @@ class PosixEnv final : public Env {
     std::string text = command;
     char* argv[] = {shell_name.data(), flag.data(), text.data(), nullptr};
     pid_t child = 0;
-    if (posix_spawn(&child, "/bin/sh", nullptr, nullptr, argv, environ) != 0) return -1;
+    if (sys::Spawn(&child, "/bin/sh", argv, environ) != 0) return -1;
     int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
+    while (sys::WaitForChild(child, &status) < 0) {
       if (errno != EINTR) return -1;
     }
     return ExitStatusFromWaitStatus(status);
