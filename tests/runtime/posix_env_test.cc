@@ -12,6 +12,7 @@
 
 #include "runtime/application.h"
 #include "runtime/exceptions.h"
+#include "runtime/system_calls.h"
 
 namespace quellmark {
 namespace {
@@ -27,6 +28,16 @@ TEST(PosixEnvTest, PreferencesFolderIsAnAbsoluteXdgConfigHomeElseDotConfigInHome
   for (const auto& [home, xdg, folder] : rows) EXPECT_EQ(PreferencesFolderFrom(home, xdg), folder);
 }
 #endif
+
+// 1970 is 2,082,844,800 seconds after 1904 on UTC's wall clock.
+TEST(PosixEnvTest, AZoneThatCannotGiveTheTimeGivesUtcWallClockTime) {
+  sys::ArmFault({sys::CallKind::kClock, 1, EOVERFLOW, true});
+  for (const std::time_t moment : {0L, 1'700'000'000L, -86'400L}) {
+    EXPECT_EQ(LocalWallClockSecondsAt(moment), moment + 2'082'844'800) << moment;
+  }
+  EXPECT_TRUE(sys::FaultStruck());
+  sys::DisarmFault();
+}
 
 TEST(PosixEnvTest, ServiceMessagesAtLevel1007AreLoggedAtNotice) {
   EXPECT_EQ(SyslogPriorityForLevel(1007), LOG_NOTICE);
@@ -49,6 +60,7 @@ TEST(ApplicationTest, RunGivesTheExitStatusAndAnEscapingExceptionOneLineAndStatu
   EXPECT_EQ(RunServiceApplication(passes, 2, argv), 7);
   const std::pair<std::function<void()>, const char*> rows[] = {
       {[] { throw NilObjectException("FolderItem"); }, "NilObjectException: a member of a nil"},
+      {[] { throw RuntimeException("plain"); }, "RuntimeException: plain"},
       {[] { throw std::runtime_error("disk\nfull"); }, "disk full"},
       {[] { throw 42; }, "unknown"}};
   for (const auto& [raise, named] : rows) {
