@@ -23,7 +23,7 @@ struct StillWatching {};
 // fail.
 class ServiceEnv final : public Env {
  public:
-  enum class Failing { kNothing, kHome, kShell, kClock };
+  enum class Failing { kNothing, kNoHome, kEmptyHome, kRelativeHome, kShell, kClock };
 
   ServiceEnv(std::string applications, Failing failing)
       : applications_(std::move(applications)), failing_(failing), previous_(Install(this)) {}
@@ -41,8 +41,16 @@ class ServiceEnv final : public Env {
   [[noreturn]] void ExitProcess(int32_t code) override { throw FakeExit{code}; }
   void WriteLog(int32_t /*level*/, const std::string& message) override { log.push_back(message); }
   std::optional<std::string> PreferencesFolderPath() override {
-    if (failing_ == Failing::kHome) return std::nullopt;
-    return real_.PreferencesFolderPath();
+    switch (failing_) {
+      case Failing::kNoHome:
+        return std::nullopt;
+      case Failing::kEmptyHome:
+        return "";
+      case Failing::kRelativeHome:
+        return "home/.config";
+      default:
+        return real_.PreferencesFolderPath();
+    }
   }
   std::string ApplicationsFolderPath() override { return applications_; }
   int32_t ExecuteShellCommand(const std::string& command) override {
@@ -136,7 +144,8 @@ std::string Listing(const fs::path& root) {
 
 // The service's world: its home (HOME, else the password database when "home" is false), a
 // stand-in `open` first on PATH, and an Applications folder with Tolvane's bundle among a few
-// other items, found by the saved location or, when it is stale, by a search.
+// other items, found by the saved location or, when it is stale, by a search. The preferences
+// file is over 4 KiB, so that a read not sized by the file's length must grow its buffer.
 class World {
  public:
   World(bool home, const std::string& location, const std::string& alarms)
@@ -156,7 +165,8 @@ class World {
     const fs::path preferences = PosixEnvironment().PreferencesFolderPath().value();
     fs::create_directories(preferences);
     std::ofstream(preferences / "com.velmora.Tolvane.xml")
-        << File(Location(location.empty() ? Bundle() : dir_ / location) + Alarms(alarms));
+        << File(Location(location.empty() ? Bundle() : dir_ / location) + Alarms(alarms) +
+                Tag("filler", std::string(5000, ' ')));
     if (!home) unsetenv("HOME");
   }
   World(const World&) = delete;
@@ -243,18 +253,20 @@ TEST(FaultInjectionTest, EveryFailingCallEndsTheServiceAsItMayEndLeakingAndWriti
   }
 }
 
-// The seam itself failing: the service has no home (no preferences folder), no shell to run
-// `open`, or no clock.
+// The seam itself failing: the service has no home, or one that is no absolute path (no
+// preferences folder), no shell to run `open`, or no clock.
 TEST(FaultInjectionTest, AFailingEnvironmentEndsTheServiceAsItMayEnd) {
   const World world(true, "", Timer(0, true));
+  const std::string nil = "unhandled NilObjectException: a member of a nil FolderItem was used";
   const std::pair<ServiceEnv::Failing, std::string> rows[] = {
-      {ServiceEnv::Failing::kHome,
-       "unhandled NilObjectException: a member of a nil FolderItem was used"},
+      {ServiceEnv::Failing::kNoHome, nil},
+      {ServiceEnv::Failing::kEmptyHome, nil},
+      {ServiceEnv::Failing::kRelativeHome, nil},
       {ServiceEnv::Failing::kShell, "launch failed"},
       {ServiceEnv::Failing::kClock,
        "unhandled IOException: clock_gettime(CLOCK_REALTIME): " + std::string(strerror(EINVAL))}};
   for (const auto& [failing, outcome] : rows) {
-    EXPECT_EQ(RunService(failing, world.Applications()), outcome);
+    EXPECT_EQ(RunService(failing, world.Applications()), outcome) << static_cast<int>(failing);
   }
 }
 

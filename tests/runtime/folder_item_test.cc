@@ -34,6 +34,7 @@ TEST(FolderItemTest, GetFolderItemTakesOnlyAbsolutePathsWhetherOrNotTheyExist) {
   EXPECT_TRUE(GetFolderItem("/Applications", 1).IsNil());  // the only mode there is is 0
   EXPECT_TRUE(GetFolderItem(String(std::string("/tmp/a\0b", 8)), 0).IsNil());
   for (const char* path : {"", "Tolvane.app"}) EXPECT_TRUE(GetFolderItem(path, 0).IsNil()) << path;
+  EXPECT_EQ(Item("/")->Name().Bytes(), "");
   // Nor does a child climb out of its folder or reach below one of its entries.
   const std::string names[] = {"", ".", "..", "a/b", std::string("a\0b", 3)};
   for (const std::string& name : names) EXPECT_TRUE(Item("/tmp")->Child(String(name)).IsNil());

@@ -63,6 +63,7 @@ TEST(Array, EditsAgreeWithAVectorAndIndicesOutsideTheBoundsThrow) {
       array.Get(outside);
       ADD_FAILURE() << outside;
     } catch (const OutOfBoundsException& e) {
+      EXPECT_STREQ(e.Name(), "OutOfBoundsException");
       EXPECT_EQ(e.what(), "index " + std::to_string(outside) + " is outside 0 to " +
                               std::to_string(array.UBound()));
     }

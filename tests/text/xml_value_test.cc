@@ -24,8 +24,10 @@ TEST(GetXMLValueTest, TakesTheTextBetweenTheTagsAsItStands) {
     const String found = VariantToString(GetXMLValue(text, "a"));
     EXPECT_EQ(found.Bytes(), value) << source;
     EXPECT_EQ(found.Encoding(), TextEncoding::kNone) << source;
-    // An index answers a key it does not hold as GetXMLValue does.
-    EXPECT_EQ(VariantToString(TagIndex(keys, text).Value("a")).Bytes(), value) << source;
+    // An index answers as GetXMLValue does, for a key it holds and one it does not.
+    const TagIndex index(keys, text);
+    EXPECT_EQ(VariantToString(index.Value("a")).Bytes(), value) << source;
+    EXPECT_EQ(index.Value("b").StringValue(), GetXMLValue(text, "b").StringValue()) << source;
   }
 }
 
