@@ -290,7 +290,7 @@ class SaveDataReader {
 
   // Reads row, whose tag (for a flag list, its first tag) is numbered tag in the index.
   void Read(const SaveDataRow& row, const PropertyInfo& property, int32_t tag) {
-    switch (row.rule) {
+    switch (row.rule) {  // GCOVR_EXCL_BR_LINE: every rule has a case
       case kText:
         Store<String>(property, GlobalMethods::DecodingFromURLVelmora(Text(tag)));
         break;
