@@ -54,11 +54,13 @@ class ServiceEnv final : public Env {
   }
   std::string ApplicationsFolderPath() override { return applications_; }
   int32_t ExecuteShellCommand(const std::string& command) override {
+    shell_command = command;
     shell_status = failing_ == Failing::kShell ? -1 : real_.ExecuteShellCommand(command);
     return shell_status;
   }
 
   int sleeps = 0;
+  std::string shell_command;
   int32_t shell_status = -2;  // none run
   std::vector<std::string> log;
 
@@ -84,48 +86,6 @@ class Service final : public ServiceApplication {
   }
   std::string ending = "returned";
 };
-
-size_t OpenDescriptors() {
-  const char* folder = fs::exists("/proc/self/fd") ? "/proc/self/fd" : "/dev/fd";
-  return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
-}
-
-// How one run ended, as its user could tell: "quit: " and the message logged, "launched" (or
-// "launch failed" when the shell could not run `open`), "watching", or "unhandled" and the line
-// on stderr. Anything else, an extra line logged or written included, reads otherwise.
-std::string RunService(ServiceEnv::Failing failing, const std::string& applications) {
-  ServiceEnv env(applications, failing);
-  Service service;
-  char program[] = "quellmark";
-  char* argv[] = {program, nullptr};
-  testing::internal::CaptureStderr();
-  const int status = RunServiceApplication(service, 1, argv);
-  std::string err = testing::internal::GetCapturedStderr();
-  std::string outcome = "status " + std::to_string(status) + " " + service.ending;
-  if (status == kUncaughtExceptionStatus && err.starts_with("quellmark: unhandled ") &&
-      err.find('\n') == err.size() - 1) {
-    outcome = err.substr(11, err.size() - 12), err.clear();
-  } else if (status == 0 && service.ending == "returned" && env.log.size() == 1) {
-    outcome = "quit: " + env.log[0], env.log.clear();
-  } else if (status == 0 && service.ending == "exit 0") {
-    outcome = env.shell_status == 0 ? "launched" : "launch failed";
-  } else if (status == 0 && service.ending == "watching" && env.shell_status == -2) {
-    outcome = "watching";
-  }
-  for (const std::string& line : env.log) outcome += ", logged " + line;
-  return err.empty() ? outcome : outcome + ", wrote " + err;
-}
-
-// A run that ended as the service may end when a call failed with error.
-bool Defined(const std::string& outcome, int error) {
-  for (const char* message : {kNoPreferencesMessage, kUnreadablePreferencesMessage,
-                              kNoApplicationMessage, kNoAlarmsMessage}) {
-    if (outcome == "quit: " + std::string(message)) return true;
-  }
-  return outcome == "launched" || outcome == "launch failed" || outcome == "watching" ||
-         outcome.starts_with("unhandled NilObjectException: ") ||
-         (outcome.starts_with("unhandled IOException: ") && outcome.ends_with(strerror(error)));
-}
 
 // Every path below the sandbox with its type, size and modification time.
 std::string Listing(const fs::path& root) {
@@ -194,6 +154,52 @@ class World {
   std::optional<std::string> saved_home_, saved_xdg_, saved_path_;
 };
 
+size_t OpenDescriptors() {
+  const char* folder = fs::exists("/proc/self/fd") ? "/proc/self/fd" : "/dev/fd";
+  return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
+}
+
+// How one run in world ended, as its user could tell: "quit: " and the message logged, "launched"
+// (or "launch failed" when the shell could not run `open`) for the command that opens world's
+// Tolvane, "watching", or "unhandled" and the line on stderr. Anything else, an extra line
+// logged or written included, reads otherwise.
+std::string RunService(ServiceEnv::Failing failing, const World& world) {
+  ServiceEnv env(world.Applications(), failing);
+  Service service;
+  char program[] = "quellmark";
+  char* argv[] = {program, nullptr};
+  testing::internal::CaptureStderr();
+  const int status = RunServiceApplication(service, 1, argv);
+  std::string err = testing::internal::GetCapturedStderr();
+  std::string outcome = "status " + std::to_string(status) + " " + service.ending;
+  if (status == kUncaughtExceptionStatus && err.starts_with("quellmark: unhandled ") &&
+      err.find('\n') == err.size() - 1) {
+    outcome = err.substr(11, err.size() - 12), err.clear();
+  } else if (status == 0 && service.ending == "returned" && env.log.size() == 1) {
+    outcome = "quit: " + env.log[0], env.log.clear();
+  } else if (status == 0 && service.ending == "exit 0" &&
+             env.shell_command == "open -a " + ShellQuotePath(world.Bundle())) {
+    outcome = env.shell_status == 0 ? "launched" : "launch failed";
+  } else if (status == 0 && service.ending == "watching" && env.shell_status == -2) {
+    outcome = "watching";
+  }
+  if (!env.shell_command.empty() && !outcome.starts_with("launch"))
+    outcome += ", ran " + env.shell_command;
+  for (const std::string& line : env.log) outcome += ", logged " + line;
+  return err.empty() ? outcome : outcome + ", wrote " + err;
+}
+
+// A run that ended as the service may end when a call failed with error.
+bool Defined(const std::string& outcome, int error) {
+  for (const char* message : {kNoPreferencesMessage, kUnreadablePreferencesMessage,
+                              kNoApplicationMessage, kNoAlarmsMessage}) {
+    if (outcome == "quit: " + std::string(message)) return true;
+  }
+  return outcome == "launched" || outcome == "launch failed" || outcome == "watching" ||
+         outcome.starts_with("unhandled NilObjectException: ") ||
+         (outcome.starts_with("unhandled IOException: ") && outcome.ends_with(strerror(error)));
+}
+
 using sys::CallKind;
 
 TEST(FaultInjectionTest, EveryFailingCallEndsTheServiceAsItMayEndLeakingAndWritingNothing) {
@@ -228,9 +234,7 @@ TEST(FaultInjectionTest, EveryFailingCallEndsTheServiceAsItMayEndLeakingAndWriti
     const World world(scene.home, scene.location, scene.alarms);
     const std::string before = world.Listing();
     const size_t descriptors = OpenDescriptors();
-    const auto run = [&] {
-      return RunService(ServiceEnv::Failing::kNothing, world.Applications());
-    };
+    const auto run = [&] { return RunService(ServiceEnv::Failing::kNothing, world); };
     ASSERT_EQ(run(), scene.clean);
     for (const auto& [what, kind, error, persistent, retried] : faults) {
       for (int64_t n = 1;; ++n) {
@@ -266,7 +270,7 @@ TEST(FaultInjectionTest, AFailingEnvironmentEndsTheServiceAsItMayEnd) {
       {ServiceEnv::Failing::kClock,
        "unhandled IOException: clock_gettime(CLOCK_REALTIME): " + std::string(strerror(EINVAL))}};
   for (const auto& [failing, outcome] : rows) {
-    EXPECT_EQ(RunService(failing, world.Applications()), outcome) << static_cast<int>(failing);
+    EXPECT_EQ(RunService(failing, world), outcome) << static_cast<int>(failing);
   }
 }
 
