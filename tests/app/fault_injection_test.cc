@@ -41,16 +41,10 @@ class ServiceEnv final : public Env {
   [[noreturn]] void ExitProcess(int32_t code) override { throw FakeExit{code}; }
   void WriteLog(int32_t /*level*/, const std::string& message) override { log.push_back(message); }
   std::optional<std::string> PreferencesFolderPath() override {
-    switch (failing_) {
-      case Failing::kNoHome:
-        return std::nullopt;
-      case Failing::kEmptyHome:
-        return "";
-      case Failing::kRelativeHome:
-        return "home/.config";
-      default:
-        return real_.PreferencesFolderPath();
-    }
+    if (failing_ == Failing::kNoHome) return std::nullopt;
+    if (failing_ == Failing::kEmptyHome) return "";
+    if (failing_ == Failing::kRelativeHome) return "home/.config";
+    return real_.PreferencesFolderPath();
   }
   std::string ApplicationsFolderPath() override { return applications_; }
   int32_t ExecuteShellCommand(const std::string& command) override {
@@ -86,21 +80,6 @@ class Service final : public ServiceApplication {
   }
   std::string ending = "returned";
 };
-
-// Every path below the sandbox with its type, size and modification time.
-std::string Listing(const fs::path& root) {
-  std::string listing;
-  for (const auto& entry : fs::recursive_directory_iterator(root)) {
-    const struct stat st = [&] {
-      struct stat s {};
-      lstat(entry.path().c_str(), &s);
-      return s;
-    }();
-    listing += entry.path().string() + " " + std::to_string(st.st_mode) + " " +
-               std::to_string(st.st_size) + " " + std::to_string(st.st_mtime) + "\n";
-  }
-  return listing;
-}
 
 // The service's world: its home (HOME, else the password database when "home" is false), a
 // stand-in `open` first on PATH, and an Applications folder with Tolvane's bundle among a few
@@ -138,7 +117,8 @@ class World {
 
   std::string Bundle() const { return dir_ / "Applications/Utilities/Tolvane.app"; }
   std::string Applications() const { return dir_ / "Applications"; }
-  std::string Listing() const { return e2e::Listing(dir_.path); }
+  // Every item with its path, permissions, size and modification time.
+  std::string Listing() const { return Output("find " + dir_.path + " -printf '%p %m %s %T@\\n'"); }
 
  private:
   static std::optional<std::string> Saved(const char* name) {
