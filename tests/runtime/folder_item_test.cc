@@ -16,6 +16,7 @@
 
 #include "runtime/kind_ext.h"
 #include "runtime/shell.h"
+#include "runtime/system_calls.h"
 #include "runtime/text_input_stream.h"
 #include "test_support.h"
 
@@ -76,6 +77,19 @@ TEST(FolderItemTest, TrueItemListsInByteOrderOfEveryKindAndCountFollowsChanges) 
   fs::remove(dir / "_");
   usleep((FolderItem::kRecheckMilliseconds + 1) * 1000);
   EXPECT_EQ(folder->Count(), std::ssize(rows) - 1);
+}
+
+// The listing's calls: fdopendir, then readdir for ".", "..", a, b, c and the end, which fails
+// instead. Such a listing has no entries, and the next count lists the folder afresh.
+TEST(FolderItemTest, AListingThatFailsPartWayIsNoListing) {
+  TempFolder dir;
+  for (const char* name : {"a", "b", "c"}) WriteFile(dir / name, "");
+  const Ref<FolderItem> folder = Item(dir.path);
+  sys::ArmFault({sys::CallKind::kListing, 7, EIO});
+  EXPECT_EQ(folder->Count(), 0);
+  EXPECT_TRUE(sys::FaultStruck());
+  sys::DisarmFault();
+  EXPECT_EQ(folder->Count(), 3);
 }
 
 TEST(FolderItemTest, ItemsDeeperThanPathMaxWorkThroughFewDescriptors) {
