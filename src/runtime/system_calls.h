@@ -1,7 +1,8 @@
-// The system calls the runtime makes, each through one wrapper here, so that a test can make any
-// of them fail: the N-th call (of all, or of one kind) with a chosen errno, once or from then on,
-// or a read come back short. The wrappers keep the calls' own contracts (a result of -1, or an
-// error number, or nil, and errno); with no fault armed each costs one predictable branch.
+// The system calls whose failures the runtime handles, each through one wrapper here, so that a
+// test can make any of them fail: the N-th call (of all, or of one kind) with a chosen errno,
+// once or from then on, or a read come back short. The wrappers keep the calls' own contracts (a
+// result of -1, or an error number, or nil, and errno); with no fault armed each costs one
+// predictable branch.
 
 #ifndef QUELLMARK_RUNTIME_SYSTEM_CALLS_H_
 #define QUELLMARK_RUNTIME_SYSTEM_CALLS_H_
