@@ -275,7 +275,7 @@ struct SaveDataTags {
 };
 
 const SaveDataTags& TagsOfTheSavedForm() {
-  static const SaveDataTags tags;
+  static const SaveDataTags tags;  // GCOVR_EXCL_BR_LINE: a local static's guard
   return tags;
 }
 
@@ -290,7 +290,7 @@ class SaveDataReader {
 
   // Reads row, whose tag (for a flag list, its first tag) is numbered tag in the index.
   void Read(const SaveDataRow& row, const PropertyInfo& property, int32_t tag) {
-    switch (row.rule) {
+    switch (row.rule) {  // GCOVR_EXCL_BR_LINE: every rule has a case
       case kText:
         Store<String>(property, GlobalMethods::DecodingFromURLVelmora(Text(tag)));
         break;

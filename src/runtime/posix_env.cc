@@ -1,8 +1,5 @@
 #include "runtime/posix_env.h"
 
-#include <pwd.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -15,6 +12,7 @@
 #include "runtime/calendar.h"
 #include "runtime/env.h"
 #include "runtime/folder_item.h"
+#include "runtime/system_calls.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): not declared by every libc
 
@@ -29,8 +27,8 @@ std::optional<std::string> HomeFolder() {
   std::vector<char> buffer(16384);
   passwd entry{};
   passwd* found = nullptr;
-  if (getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr &&
-      IsSet(found->pw_dir)) {
+  if (sys::PasswordEntry(getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 &&
+      found != nullptr && IsSet(found->pw_dir)) {
     return found->pw_dir;
   }
   return std::nullopt;
@@ -41,12 +39,10 @@ class PosixEnv final : public Env {
   // The zone is re-read (tzset) at most once for each second of the clock, so a change of the
   // machine's time zone shows within a second while a pass over many dates costs one lookup.
   int64_t LocalWallClockSeconds() override {
-    const std::time_t now = std::time(nullptr);
+    const auto now = static_cast<std::time_t>(sys::RealTimeNanoseconds() / 1'000'000'000);
     if (now != cached_utc_) {
       tzset();
-      std::tm local{};
-      cached_local_ = localtime_r(&now, &local) != nullptr ? WallClockSecondsFrom(local)
-                                                           : WallClockSecondsFrom(UtcFields(now));
+      cached_local_ = LocalWallClockSecondsAt(now);
       cached_utc_ = now;
     }
     return cached_local_;
@@ -56,7 +52,7 @@ class PosixEnv final : public Env {
     if (milliseconds <= 0) return;
     using Nanoseconds = decltype(timespec::tv_nsec);
     timespec wait{milliseconds / 1000, static_cast<Nanoseconds>(milliseconds % 1000) * 1000000};
-    while (nanosleep(&wait, &wait) != 0 && errno == EINTR) {
+    while (sys::Sleep(&wait, &wait) != 0 && errno == EINTR) {
     }
   }
 
@@ -92,21 +88,15 @@ class PosixEnv final : public Env {
     std::string text = command;
     char* argv[] = {shell_name.data(), flag.data(), text.data(), nullptr};
     pid_t child = 0;
-    if (posix_spawn(&child, "/bin/sh", nullptr, nullptr, argv, environ) != 0) return -1;
+    if (sys::Spawn(&child, "/bin/sh", argv, environ) != 0) return -1;
     int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
+    while (sys::WaitForChild(child, &status) < 0) {
       if (errno != EINTR) return -1;
     }
     return ExitStatusFromWaitStatus(status);
   }
 
  private:
-  static std::tm UtcFields(std::time_t now) {
-    std::tm utc{};
-    gmtime_r(&now, &utc);
-    return utc;
-  }
-
   std::time_t cached_utc_ = -1;
   int64_t cached_local_ = 0;
   bool log_open_ = false;
@@ -143,14 +133,20 @@ int64_t WallClockSecondsFrom(const std::tm& tm) {
   return days * 86400 + int64_t{tm.tm_hour} * 3600 + int64_t{tm.tm_min} * 60 + tm.tm_sec;
 }
 
+int64_t LocalWallClockSecondsAt(std::time_t moment) {
+  std::tm fields{};
+  if (!sys::LocalTime(moment, &fields)) gmtime_r(&moment, &fields);
+  return WallClockSecondsFrom(fields);
+}
+
 int32_t ExitStatusFromWaitStatus(int wait_status) {
   if (WIFEXITED(wait_status)) return WEXITSTATUS(wait_status);
   if (WIFSIGNALED(wait_status)) return 128 + WTERMSIG(wait_status);
-  return -1;
+  return -1;  // GCOVR_EXCL_LINE: waitpid without WUNTRACED reports only exits and signals
 }
 
 Env& PosixEnvironment() {
-  static PosixEnv env;
+  static PosixEnv env;  // GCOVR_EXCL_BR_LINE: a local static's guard
   return env;
 }
 

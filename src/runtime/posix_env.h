@@ -35,6 +35,10 @@ std::string AsOneLine(std::string text);
 // Seconds since 1904-01-01 00:00:00 of the wall-clock fields of tm.
 int64_t WallClockSecondsFrom(const std::tm& tm);
 
+// The same of a moment (seconds since 1970) on the machine's wall clock, or on UTC's when its
+// zone cannot give the moment's fields.
+int64_t LocalWallClockSecondsAt(std::time_t moment);
+
 // How a waitpid status reads as one exit status: the exit code, or 128 + the signal.
 int32_t ExitStatusFromWaitStatus(int wait_status);
 

@@ -29,6 +29,8 @@ TEST(AlarmItemTest, TableNamesEachPropertyOnceAndANewRecordHoldsZeroValues) {
   for (const char* odd :
        {"viTunesStreamSupress", "vTextMsgSMTPSPassword", "vSendShotSMTPSPassword"})
     EXPECT_NE(FindAlarmProperty(odd), nullptr) << odd;
+  for (const char* near : {"viTunesStreamSuppress", "menabled", "mEnabled "})
+    EXPECT_EQ(FindAlarmProperty(near), nullptr) << near;
 }
 
 // Flipping a flag in the copy tells a shared array from a separate one.

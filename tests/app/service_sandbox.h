@@ -26,6 +26,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -144,7 +145,11 @@ struct Outcome {
 // running killed, when the sandbox goes. Its path, like the binary's, goes into command lines as it
 // is, so neither may hold blanks or quotes.
 class Sandbox {
-  TempFolder scratch_{fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path()};
+  const fs::path parent_ = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
+  TempFolder scratch_{parent_};
+  // An instrumented binary's coverage counters, when $QUELLMARK_E2E_COUNTERS asks for them: a
+  // run writes them outside the sandbox, into a folder any user may write, kept there once it ends.
+  std::optional<TempFolder> counters_;
 
  public:
   fs::path root = scratch_.path;
@@ -200,10 +205,16 @@ class Sandbox {
   // PATH and TZ=UTC only in its environment; args reach it through "$@" untouched.
   void Start(Args args = {}) {
     const std::string r = root.string();
+    std::string counting;
+    if (std::getenv("QUELLMARK_E2E_COUNTERS") != nullptr) {
+      counters_.emplace(parent_);
+      fs::permissions(counters_->path, fs::perms::all);
+      counting = " GCOV_PREFIX=" + counters_->path;
+    }
     args.insert(args.begin(),
                 {"/bin/sh", "-c",
                  "cd " + r + " && exec env -i HOME=" + r + "/home XDG_CONFIG_HOME=" + r +
-                     "/config PATH=" + r + "/bin:/usr/bin:/bin TZ=UTC " + wrapper +
+                     "/config PATH=" + r + "/bin:/usr/bin:/bin TZ=UTC" + counting + " " + wrapper +
                      QUELLMARK_BINARY " \"$@\" </dev/null >/dev/null 2>stderr",
                  "sh"});
     std::vector<char*> argv;
@@ -228,6 +239,12 @@ class Sandbox {
     fs::remove("/dev/shm/faketime_shm_" + std::to_string(pid), error);
     fs::remove("/dev/shm/sem.faketime_sem_" + std::to_string(pid), error);
     pid = 0;
+    if (counters_) {
+      const fs::path kept = std::getenv("QUELLMARK_E2E_COUNTERS");
+      fs::create_directories(kept);
+      fs::copy(counters_->path, kept / fs::path(counters_->path).filename(),
+               fs::copy_options::recursive);
+    }
     const int status =
         WIFEXITED(wait_status) ? WEXITSTATUS(wait_status) : 128 + WTERMSIG(wait_status);
     return {killed ? -1 : status, ReadWhole(root / "stderr"), ReadWhole(root / "opened"),

@@ -16,6 +16,7 @@
 
 #include "runtime/kind_ext.h"
 #include "runtime/shell.h"
+#include "runtime/system_calls.h"
 #include "runtime/text_input_stream.h"
 #include "test_support.h"
 
@@ -34,6 +35,10 @@ TEST(FolderItemTest, GetFolderItemTakesOnlyAbsolutePathsWhetherOrNotTheyExist) {
   EXPECT_TRUE(GetFolderItem("/Applications", 1).IsNil());  // the only mode there is is 0
   EXPECT_TRUE(GetFolderItem(String(std::string("/tmp/a\0b", 8)), 0).IsNil());
   for (const char* path : {"", "Tolvane.app"}) EXPECT_TRUE(GetFolderItem(path, 0).IsNil()) << path;
+  EXPECT_EQ(Item("/")->Name().Bytes(), "");
+  // Nor does a child climb out of its folder or reach below one of its entries.
+  const std::string names[] = {"", ".", "..", "a/b", std::string("a\0b", 3)};
+  for (const std::string& name : names) EXPECT_TRUE(Item("/tmp")->Child(String(name)).IsNil());
 }
 
 // One folder, its entries named so that byte order differs from any caseless or locale order,
@@ -72,6 +77,19 @@ TEST(FolderItemTest, TrueItemListsInByteOrderOfEveryKindAndCountFollowsChanges) 
   fs::remove(dir / "_");
   usleep((FolderItem::kRecheckMilliseconds + 1) * 1000);
   EXPECT_EQ(folder->Count(), std::ssize(rows) - 1);
+}
+
+// The listing's calls: fdopendir, then readdir for ".", "..", a, b, c and the end, which fails
+// instead. Such a listing has no entries, and the next count lists the folder afresh.
+TEST(FolderItemTest, AListingThatFailsPartWayIsNoListing) {
+  TempFolder dir;
+  for (const char* name : {"a", "b", "c"}) WriteFile(dir / name, "");
+  const Ref<FolderItem> folder = Item(dir.path);
+  sys::ArmFault({sys::CallKind::kListing, 7, EIO});
+  EXPECT_EQ(folder->Count(), 0);
+  EXPECT_TRUE(sys::FaultStruck());
+  sys::DisarmFault();
+  EXPECT_EQ(folder->Count(), 3);
 }
 
 TEST(FolderItemTest, ItemsDeeperThanPathMaxWorkThroughFewDescriptors) {

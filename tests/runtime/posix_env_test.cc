@@ -12,6 +12,7 @@
 
 #include "runtime/application.h"
 #include "runtime/exceptions.h"
+#include "runtime/system_calls.h"
 
 namespace quellmark {
 namespace {
@@ -37,8 +38,23 @@ TEST(PosixEnvTest, PreferencesFolderOfEachPlatform) {
   }
 }
 
-TEST(PosixEnvTest, ServiceMessagesAtLevel1007AreLoggedAtNotice) {
-  EXPECT_EQ(SyslogPriorityForLevel(1007), LOG_NOTICE);
+// 1970 is 2,082,844,800 seconds after 1904 on UTC's wall clock.
+TEST(PosixEnvTest, AZoneThatCannotGiveTheTimeGivesUtcWallClockTime) {
+  sys::ArmFault({sys::CallKind::kClock, 1, EOVERFLOW, true});
+  for (const std::time_t moment : {0L, 1'700'000'000L, -86'400L}) {
+    EXPECT_EQ(LocalWallClockSecondsAt(moment), moment + 2'082'844'800) << moment;
+  }
+  EXPECT_TRUE(sys::FaultStruck());
+  sys::DisarmFault();
+}
+
+TEST(PosixEnvTest, ServiceMessagesAtLevel1007AreLoggedAtNoticeAndLevelsBelowFromEmergency) {
+  const std::pair<int32_t, int> rows[] = {{1007, LOG_NOTICE},
+                                          {1000, LOG_EMERG},
+                                          {1006, LOG_INFO},
+                                          {999, LOG_NOTICE},
+                                          {1008, LOG_NOTICE}};
+  for (const auto& [level, priority] : rows) EXPECT_EQ(SyslogPriorityForLevel(level), priority);
 }
 
 // A service whose Run is the test's function.
@@ -56,8 +72,16 @@ TEST(ApplicationTest, RunGivesTheExitStatusAndAnEscapingExceptionOneLineAndStatu
   char* argv[] = {program, flag, nullptr};
   Service passes([](const auto& args) { return args.at(1).Bytes() == "--flag" ? 7 : 1; });
   EXPECT_EQ(RunServiceApplication(passes, 2, argv), 7);
+  // No arguments reach Run as none, a null one as "".
+  Service sizes([](const auto& args) -> int32_t {
+    return args.empty() ? -1 : static_cast<int32_t>(args[0].Bytes().size());
+  });
+  char* unnamed[] = {nullptr, nullptr};
+  EXPECT_EQ(RunServiceApplication(sizes, 0, unnamed), -1);
+  EXPECT_EQ(RunServiceApplication(sizes, 1, unnamed), 0);
   const std::pair<std::function<void()>, const char*> rows[] = {
       {[] { throw NilObjectException("FolderItem"); }, "NilObjectException: a member of a nil"},
+      {[] { throw RuntimeException("plain"); }, "RuntimeException: plain"},
       {[] { throw std::runtime_error("disk\nfull"); }, "disk full"},
       {[] { throw 42; }, "unknown"}};
   for (const auto& [raise, named] : rows) {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "runtime/variant.h"
@@ -58,6 +59,22 @@ TEST(StringSearch, InStrCountFieldsNthFieldAndEqualityAgreeWithAPlainScanInLinea
   // Nor may a field be found by a search from the start: 4000001 fields here.
   EXPECT_EQ(CountFields(run, "a"), 4000001);
   EXPECT_EQ(NthField(run + "x", "a", 4000001).Bytes(), "x");
+}
+
+// Left and Right count characters of one to four bytes ("a", "é", "€", an emoji) from either
+// end; a count of none or fewer gives "", one past the length the whole text.
+TEST(StringPieces, LeftAndRightTakeWholeCharactersFromEitherEnd) {
+  const String text("a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
+  const std::tuple<int32_t, const char*, const char*> rows[] = {
+      {-1, "", ""},
+      {0, "", ""},
+      {1, "a", "\xF0\x9F\x98\x80"},
+      {3, "a\xC3\xA9\xE2\x82\xAC", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"},
+      {5, text.Bytes().c_str(), text.Bytes().c_str()}};
+  for (const auto& [n, left, right] : rows) {
+    EXPECT_EQ(Left(text, n).Bytes(), left) << n;
+    EXPECT_EQ(Right(text, n).Bytes(), right) << n;
+  }
 }
 
 // Over blanks, signs, digits, points and exponents, Val reads what strtod reads, and

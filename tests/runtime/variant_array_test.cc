@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <random>
 
+#include <vector>
+
+#include "runtime/array.h"
 #include "runtime/numbers.h"
 #include "runtime/variant.h"
 
@@ -29,9 +32,50 @@ TEST(Numbers, DoubleToInt32TruncatesAndSaturatesAndWrappingArithmeticIsModulo2To
   }
 }
 
+// Random appends, inserts, removals (at the head, which is compacted lazily, and elsewhere) and
+// sets against a vector; an index outside 0 to UBound throws, naming it and the bound.
+TEST(Array, EditsAgreeWithAVectorAndIndicesOutsideTheBoundsThrow) {
+  std::mt19937 rng(7);
+  Array<int32_t> array(-3);
+  std::vector<int32_t> oracle;
+  for (int32_t step = 0; step < 20000; ++step) {
+    const auto size = static_cast<int32_t>(oracle.size());
+    const int32_t at = size == 0 ? 0 : static_cast<int32_t>(rng() % static_cast<uint32_t>(size));
+    switch (size == 0 ? 0 : rng() % 5) {
+      case 0:
+      case 1:
+        array.Insert(at, step), oracle.insert(oracle.begin() + at, step);
+        break;
+      case 2:
+        array.Remove(0), oracle.erase(oracle.begin());
+        break;
+      case 3:
+        array.Remove(at), oracle.erase(oracle.begin() + at);
+        break;
+      default:
+        array.Set(at, -step), oracle[static_cast<size_t>(at)] = -step;
+    }
+    ASSERT_EQ(array.UBound(), std::ssize(oracle) - 1);
+    for (int32_t i = 0; i < std::ssize(oracle); ++i) ASSERT_EQ(array.Get(i), oracle[size_t(i)]);
+  }
+  for (const int32_t outside : {-1, array.UBound() + 1}) {
+    try {
+      array.Get(outside);
+      ADD_FAILURE() << outside;
+    } catch (const OutOfBoundsException& e) {
+      EXPECT_STREQ(e.Name(), "OutOfBoundsException");
+      EXPECT_EQ(e.what(), "index " + std::to_string(outside) + " is outside 0 to " +
+                              std::to_string(array.UBound()));
+    }
+  }
+  EXPECT_EQ(Array<int32_t>(2).UBound(), 2);
+}
+
 TEST(Variant, ToBooleanIsTrueOnlyForTheWordTrueInAnyLetterCase) {
   for (const char* yes : {"True", "TRUE", "tRuE"}) EXPECT_TRUE(VariantToBoolean(Variant(yes)));
   for (const char* no : {"", " True", "True ", "1"}) EXPECT_FALSE(VariantToBoolean(Variant(no)));
+  const Variant kept = StringToVariant(String("True"));
+  EXPECT_EQ(VariantToString(kept).Bytes(), "True");
 }
 
 }  // namespace

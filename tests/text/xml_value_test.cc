@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "text/tag_index.h"
+
 namespace quellmark::GlobalMethods {
 namespace {
 
@@ -16,10 +18,16 @@ TEST(GetXMLValueTest, TakesTheTextBetweenTheTagsAsItStands) {
       {"<ab>1</ab>", ""},   {"<a>1</a><a>2</a>", "1"}, {{"<a>\xff\0z</a>", 10}, {"\xff\0z", 3}},
       {"<A>up</a>", "up"},  {"</a>x<a>1<b>", "1<b>"},  {"<a>&lt;b&gt;</a>", "&lt;b&gt;"},
       {"<a>1<a>2</a>", "1"}};
+  const TagSet keys({"b"});
   for (const auto& [source, value] : rows) {
-    const String found = VariantToString(GetXMLValue(String(source, TextEncoding::kNone), "a"));
+    const String text(source, TextEncoding::kNone);
+    const String found = VariantToString(GetXMLValue(text, "a"));
     EXPECT_EQ(found.Bytes(), value) << source;
     EXPECT_EQ(found.Encoding(), TextEncoding::kNone) << source;
+    // An index answers as GetXMLValue does, for a key it holds and one it does not.
+    const TagIndex index(keys, text);
+    EXPECT_EQ(VariantToString(index.Value("a")).Bytes(), value) << source;
+    EXPECT_EQ(index.Value("b").StringValue(), GetXMLValue(text, "b").StringValue()) << source;
   }
 }
 

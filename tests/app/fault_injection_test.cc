@@ -1,0 +1,258 @@
+// The whole service in process on a sandbox of its own, the system calls beneath it failing in
+// turn: for N = 1, 2, ... until a run no longer reaches an N-th call, the N-th call fails once or
+// from then on, with each error that matters. Every run must end as the service may end (one of
+// its four messages, a launch, watching, or one line naming an escaping exception), leaving no
+// descriptor open and nothing written; a failure that is retried must change nothing at all.
+
+#include <cstring>
+
+#include "app/app.h"
+#include "app/service_sandbox.h"
+#include "fake_env.h"
+#include "runtime/exceptions.h"
+#include "runtime/system_calls.h"
+
+namespace quellmark::e2e {
+namespace {
+
+// Thrown by the second wait between passes: the service is watching.
+struct StillWatching {};
+
+// The process's own environment, save for what a run in process cannot do (end the process, wait
+// a second, log to the system) and for the Applications folder; the seam itself can be made to
+// fail.
+class ServiceEnv final : public Env {
+ public:
+  enum class Failing { kNothing, kNoHome, kEmptyHome, kRelativeHome, kShell, kClock };
+
+  ServiceEnv(std::string applications, Failing failing)
+      : applications_(std::move(applications)), failing_(failing), previous_(Install(this)) {}
+  ServiceEnv(const ServiceEnv&) = delete;
+  ~ServiceEnv() override { Install(previous_); }
+
+  int64_t LocalWallClockSeconds() override {
+    if (failing_ == Failing::kClock) throw IOException("clock_gettime", "CLOCK_REALTIME", EINVAL);
+    return real_.LocalWallClockSeconds();
+  }
+  void SleepForMilliseconds(int32_t /*milliseconds*/) override {
+    if (++sleeps == 2) throw StillWatching{};
+    real_.SleepForMilliseconds(1);
+  }
+  [[noreturn]] void ExitProcess(int32_t code) override { throw FakeExit{code}; }
+  void WriteLog(int32_t /*level*/, const std::string& message) override { log.push_back(message); }
+  std::optional<std::string> PreferencesFolderPath() override {
+    if (failing_ == Failing::kNoHome) return std::nullopt;
+    if (failing_ == Failing::kEmptyHome) return "";
+    if (failing_ == Failing::kRelativeHome) return "home/.config";
+    return real_.PreferencesFolderPath();
+  }
+  std::string ApplicationsFolderPath() override { return applications_; }
+  int32_t ExecuteShellCommand(const std::string& command) override {
+    shell_command = command;
+    shell_status = failing_ == Failing::kShell ? -1 : real_.ExecuteShellCommand(command);
+    return shell_status;
+  }
+
+  int sleeps = 0;
+  std::string shell_command;
+  int32_t shell_status = -2;  // none run
+  std::vector<std::string> log;
+
+ private:
+  Env& real_ = PosixEnvironment();
+  std::string applications_;
+  Failing failing_;
+  Env* previous_;
+};
+
+// App::Run through the process entry, with the fake endings turned into results.
+class Service final : public ServiceApplication {
+ public:
+  int32_t Run(const std::vector<String>& args) override {
+    try {
+      return App().Run(args);
+    } catch (const FakeExit& exit) {
+      ending = "exit " + std::to_string(exit.code);
+    } catch (const StillWatching&) {
+      ending = "watching";
+    }
+    return 0;
+  }
+  std::string ending = "returned";
+};
+
+// The service's world: its home (HOME, else the password database when "home" is false), a
+// stand-in `open` first on PATH, and an Applications folder with Tolvane's bundle among a few
+// other items, found by the saved location or, when it is stale, by a search. The preferences
+// file is over 4 KiB, so that a read not sized by the file's length must grow its buffer.
+class World {
+ public:
+  World(bool home, const std::string& location, const std::string& alarms)
+      : saved_home_(Saved("HOME")),
+        saved_xdg_(Saved("XDG_CONFIG_HOME")),
+        saved_path_(Saved("PATH")) {
+    for (const char* folder :
+         {"home", "bin", "Applications/Games/Chess.app", "Applications/Utilities/Tolvane.app"}) {
+      fs::create_directories(dir_ / folder);
+    }
+    std::ofstream(dir_ / "Applications/Read Me.txt") << "notes";
+    std::ofstream(dir_ / "bin/open") << "#!/bin/sh\nexit 0\n";
+    fs::permissions(dir_ / "bin/open", fs::perms(0755));
+    setenv("HOME", (dir_ / "home").c_str(), 1);
+    unsetenv("XDG_CONFIG_HOME");
+    setenv("PATH", (dir_ / "bin:/usr/bin:/bin").c_str(), 1);
+    const fs::path preferences = PosixEnvironment().PreferencesFolderPath().value();
+    fs::create_directories(preferences);
+    std::ofstream(preferences / "com.velmora.Tolvane.xml")
+        << File(Location(location.empty() ? Bundle() : dir_ / location) + Alarms(alarms) +
+                Tag("filler", std::string(5000, ' ')));
+    if (!home) unsetenv("HOME");
+  }
+  World(const World&) = delete;
+  ~World() {
+    Restore("HOME", saved_home_);
+    Restore("XDG_CONFIG_HOME", saved_xdg_);
+    Restore("PATH", saved_path_);
+  }
+
+  std::string Bundle() const { return dir_ / "Applications/Utilities/Tolvane.app"; }
+  std::string Applications() const { return dir_ / "Applications"; }
+  // Every item with its path, permissions, size and modification time.
+  std::string Listing() const { return Output("find " + dir_.path + " -printf '%p %m %s %T@\\n'"); }
+
+ private:
+  static std::optional<std::string> Saved(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? std::optional<std::string>(value) : std::nullopt;
+  }
+  static void Restore(const char* name, const std::optional<std::string>& value) {
+    if (value) setenv(name, value->c_str(), 1);
+    if (!value) unsetenv(name);
+  }
+
+  TempFolder dir_;
+  std::optional<std::string> saved_home_, saved_xdg_, saved_path_;
+};
+
+size_t OpenDescriptors() {
+  const char* folder = fs::exists("/proc/self/fd") ? "/proc/self/fd" : "/dev/fd";
+  return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
+}
+
+// How one run in world ended, as its user could tell: "quit: " and the message logged, "launched"
+// (or "launch failed" when the shell could not run `open`) for the command that opens world's
+// Tolvane, "watching", or "unhandled" and the line on stderr. Anything else, an extra line
+// logged or written included, reads otherwise.
+std::string RunService(ServiceEnv::Failing failing, const World& world) {
+  ServiceEnv env(world.Applications(), failing);
+  Service service;
+  char program[] = "quellmark";
+  char* argv[] = {program, nullptr};
+  testing::internal::CaptureStderr();
+  const int status = RunServiceApplication(service, 1, argv);
+  std::string err = testing::internal::GetCapturedStderr();
+  std::string outcome = "status " + std::to_string(status) + " " + service.ending;
+  if (status == kUncaughtExceptionStatus && err.starts_with("quellmark: unhandled ") &&
+      err.find('\n') == err.size() - 1) {
+    outcome = err.substr(11, err.size() - 12), err.clear();
+  } else if (status == 0 && service.ending == "returned" && env.log.size() == 1) {
+    outcome = "quit: " + env.log[0], env.log.clear();
+  } else if (status == 0 && service.ending == "exit 0" &&
+             env.shell_command == "open -a " + ShellQuotePath(world.Bundle())) {
+    outcome = env.shell_status == 0 ? "launched" : "launch failed";
+  } else if (status == 0 && service.ending == "watching" && env.shell_status == -2) {
+    outcome = "watching";
+  }
+  if (!env.shell_command.empty() && !outcome.starts_with("launch"))
+    outcome += ", ran " + env.shell_command;
+  for (const std::string& line : env.log) outcome += ", logged " + line;
+  return err.empty() ? outcome : outcome + ", wrote " + err;
+}
+
+// A run that ended as the service may end when a call failed with error.
+bool Defined(const std::string& outcome, int error) {
+  for (const char* message : {kNoPreferencesMessage, kUnreadablePreferencesMessage,
+                              kNoApplicationMessage, kNoAlarmsMessage}) {
+    if (outcome == "quit: " + std::string(message)) return true;
+  }
+  return outcome == "launched" || outcome == "launch failed" || outcome == "watching" ||
+         outcome.starts_with("unhandled NilObjectException: ") ||
+         (outcome.starts_with("unhandled IOException: ") && outcome.ends_with(strerror(error)));
+}
+
+using sys::CallKind;
+
+TEST(FaultInjectionTest, EveryFailingCallEndsTheServiceAsItMayEndLeakingAndWritingNothing) {
+  // The world, and how a run without faults ends there.
+  struct Scene {
+    const char* what;
+    bool home;
+    const char* location;  // "": Tolvane's own
+    std::string alarms;
+    std::string clean;
+  };
+  const Scene scenes[] = {
+      {"a ringing alarm, Tolvane at its saved location", true, "", Timer(0, true), "launched"},
+      {"a ringing alarm, Tolvane found by a search", true, "Gone.app", Timer(0, true), "launched"},
+      {"an alarm an hour away", true, "", Timer(3600, true), "watching"},
+      {"no HOME: the password database's home, without preferences", false, "", Timer(0, true),
+       "quit: " + std::string(kNoPreferencesMessage)}};
+  // The calls that fail, how, and whether the service retries them, when nothing may change.
+  const std::tuple<const char*, CallKind, int, bool, bool> faults[] = {
+      {"any call, once, EIO", CallKind::kAny, EIO, false, false},
+      {"any call, once, EACCES", CallKind::kAny, EACCES, false, false},
+      {"any call and every later one, EIO", CallKind::kAny, EIO, true, false},
+      {"any call and every later one, ENOMEM", CallKind::kAny, ENOMEM, true, false},
+      {"a folder listing and every later one, EIO", CallKind::kListing, EIO, true, false},
+      {"a status and every later one, ENOENT", CallKind::kStatus, ENOENT, true, false},
+      {"a read, interrupted once", CallKind::kRead, EINTR, false, true},
+      {"every read from one on, one byte only", CallKind::kRead, sys::kShortRead, true, true},
+      {"the wait for the shell, interrupted once", CallKind::kWait, EINTR, false, true},
+      {"the wait between passes, interrupted once", CallKind::kSleep, EINTR, false, true}};
+  for (const Scene& scene : scenes) {
+    SCOPED_TRACE(scene.what);
+    const World world(scene.home, scene.location, scene.alarms);
+    const std::string before = world.Listing();
+    const size_t descriptors = OpenDescriptors();
+    const auto run = [&] { return RunService(ServiceEnv::Failing::kNothing, world); };
+    ASSERT_EQ(run(), scene.clean);
+    for (const auto& [what, kind, error, persistent, retried] : faults) {
+      for (int64_t n = 1;; ++n) {
+        sys::ArmFault({kind, n, error, persistent});
+        const std::string outcome = run();
+        const bool struck = sys::FaultStruck();
+        sys::DisarmFault();
+        const std::string fault =
+            std::string(what) + ", call " + std::to_string(n) + ": " + outcome;
+        EXPECT_EQ(OpenDescriptors(), descriptors) << fault;
+        if (!struck) {
+          EXPECT_EQ(outcome, scene.clean) << fault;
+          break;
+        }
+        EXPECT_TRUE(retried ? outcome == scene.clean : Defined(outcome, error)) << fault;
+        ASSERT_LT(n, 5000) << fault;
+      }
+    }
+    EXPECT_EQ(world.Listing(), before);
+  }
+}
+
+// The seam itself failing: the service has no home, or one that is no absolute path (no
+// preferences folder), no shell to run `open`, or no clock.
+TEST(FaultInjectionTest, AFailingEnvironmentEndsTheServiceAsItMayEnd) {
+  const World world(true, "", Timer(0, true));
+  const std::string nil = "unhandled NilObjectException: a member of a nil FolderItem was used";
+  const std::pair<ServiceEnv::Failing, std::string> rows[] = {
+      {ServiceEnv::Failing::kNoHome, nil},
+      {ServiceEnv::Failing::kEmptyHome, nil},
+      {ServiceEnv::Failing::kRelativeHome, nil},
+      {ServiceEnv::Failing::kShell, "launch failed"},
+      {ServiceEnv::Failing::kClock,
+       "unhandled IOException: clock_gettime(CLOCK_REALTIME): " + std::string(strerror(EINVAL))}};
+  for (const auto& [failing, outcome] : rows) {
+    EXPECT_EQ(RunService(failing, world), outcome) << static_cast<int>(failing);
+  }
+}
+
+}  // namespace
+}  // namespace quellmark::e2e
