@@ -82,7 +82,9 @@ class OutOfRange {
   }
   std::string NoteAfter(const std::string& words) const {
     if (fields_.empty()) return words;
-    return words + " (out of range: " + ListWords(fields_) + ")";
+    std::string note;
+    for (const std::string& field : fields_) note += (note.empty() ? "" : ", ") + field;
+    return words + " (out of range: " + note + ")";
   }
 
  private:
@@ -174,33 +176,43 @@ std::string TimerWords(const AlarmItem& alarm) {
   return seconds < 0 ? words + " (negative: due at start)" : words;
 }
 
-// The latest wall-clock moment a calendar alarm with a year can be due at: its month may roll
-// over by one when the current day number does not fit it, and an empty month or day is at
-// most December or the 31st.
-std::optional<int64_t> LatestDueWallSeconds(const AlarmItem& alarm) {
+int64_t ShiftInSeconds(const Forecast& forecast) {
+  return WrappingMultiply(forecast.ring_offset_minutes, 60);
+}
+
+int32_t DayOfMonth(int64_t wall_seconds) {
+  return calendar::CivilFromDays(FloorDiv(wall_seconds, kSecondsPerDay) + kEpochDays).day;
+}
+
+// The latest wall-clock minute at which a calendar alarm with a year can be due. An empty
+// month is the tested one, at most December. A given month keeps the current day number while
+// it is set, so when that number does not fit the month the target rolls into the next one;
+// that later target counts only when the moment it would ring at has such a day number.
+std::optional<int64_t> LatestDueWallSeconds(const AlarmItem& alarm, const Forecast& forecast) {
   const std::optional<int32_t> year = DateField(alarm.dYear);
   if (!year) return std::nullopt;
   const std::optional<int32_t> month = DateField(alarm.dMonth);
-  int64_t first_day = DaysFromCivil(*year, 12, 1);
-  if (month) {
-    const int64_t month_year = *year + FloorDiv(*month - int64_t{1}, 12);
-    const auto month_of_year = static_cast<int32_t>(FloorMod(*month - int64_t{1}, 12) + 1);
-    first_day = DaysFromCivil(month_year, month_of_year, 1) +
-                calendar::DaysInMonth(month_year, month_of_year);
-  }
-  const int64_t days = first_day + DateField(alarm.dDay).value_or(31) - 1 - kEpochDays;
-  return days * kSecondsPerDay + MinuteOfDay(alarm) * 60;
+  const int64_t day = DateField(alarm.dDay).value_or(31);
+  const auto due = [&](int64_t first_day) {
+    return (first_day + day - 1 - kEpochDays) * kSecondsPerDay + MinuteOfDay(alarm) * 60;
+  };
+  if (!month) return due(DaysFromCivil(*year, 12, 1));
+  const int64_t month_year = *year + FloorDiv(*month - int64_t{1}, 12);
+  const auto month_of_year = static_cast<int32_t>(FloorMod(*month - int64_t{1}, 12) + 1);
+  const int64_t first_day = DaysFromCivil(month_year, month_of_year, 1);
+  const int32_t length = calendar::DaysInMonth(month_year, month_of_year);
+  const int64_t rolled = due(first_day + length);
+  const bool can_roll = DayOfMonth(rolled - ShiftInSeconds(forecast)) > length;
+  return can_roll ? rolled : due(first_day);
 }
 
 // The minute the first pass tests: the start shifted by the ring offset, seconds dropped.
 int64_t FirstTestedMinute(const Forecast& forecast) {
-  const int64_t shifted =
-      forecast.start.wall_seconds + WrappingMultiply(forecast.ring_offset_minutes, 60);
-  return FloorDiv(shifted, 60) * 60;
+  return FloorDiv(forecast.start.wall_seconds + ShiftInSeconds(forecast), 60) * 60;
 }
 
 std::optional<std::string> CalendarCause(const AlarmItem& alarm, const Forecast& forecast) {
-  const std::optional<int64_t> latest = LatestDueWallSeconds(alarm);
+  const std::optional<int64_t> latest = LatestDueWallSeconds(alarm, forecast);
   if (latest && *latest < FirstTestedMinute(forecast)) return "its date has passed";
 
   const std::optional<int32_t> month = DateField(alarm.dMonth);
