@@ -50,6 +50,8 @@ class PosixEnv final : public Env {
     return cached_local_;
   }
 
+  int64_t UnixSeconds() override { return std::time(nullptr); }
+
   void SleepForMilliseconds(int32_t milliseconds) override {
     if (milliseconds <= 0) return;
     using Nanoseconds = decltype(timespec::tv_nsec);
