@@ -11,8 +11,13 @@
 
 namespace quellmark {
 
+Ref<FolderItem> PreferencesFile() { return PreferencesFolder()->Child(kPreferencesFileName); }
+
 PreferencesOutcome ReadPreferenceSettings(String& settings) {
-  const Ref<FolderItem> file = PreferencesFolder()->Child(kPreferencesFileName);
+  return ReadPreferenceSettings(PreferencesFile(), settings);
+}
+
+PreferencesOutcome ReadPreferenceSettings(const Ref<FolderItem>& file, String& settings) {
   if (file == nullptr || !file->Exists()) return PreferencesOutcome::kNotFound;
   const Ref<TextInputStream> stream = file->OpenAsTextFile();
   if (stream == nullptr) return PreferencesOutcome::kNotOpenable;

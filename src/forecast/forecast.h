@@ -30,6 +30,7 @@ inline constexpr int32_t kMaxHorizonDays = 3660;
 struct Moment {
   int64_t unix_seconds = 0;  // since 1970-01-01 00:00:00 UTC
   int64_t wall_seconds = 0;  // local wall-clock seconds since 1904-01-01 00:00:00 (Date's scale)
+  bool operator==(const Moment&) const = default;
 };
 
 enum class FoundBy { kSavedLocation, kSearch };

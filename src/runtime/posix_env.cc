@@ -44,13 +44,13 @@ class PosixEnv final : public Env {
     const std::time_t now = std::time(nullptr);
     if (now != cached_utc_) {
       tzset();
-      std::tm local{};
-      cached_local_ = localtime_r(&now, &local) != nullptr ? WallClockSecondsFrom(local)
-                                                           : WallClockSecondsFrom(UtcFields(now));
+      cached_local_ = WallClockSecondsAt(now);
       cached_utc_ = now;
     }
     return cached_local_;
   }
+
+  int64_t UnixSeconds() override { return std::time(nullptr); }
 
   void SleepForMilliseconds(int32_t milliseconds) override {
     if (milliseconds <= 0) return;
@@ -100,12 +100,6 @@ class PosixEnv final : public Env {
   }
 
  private:
-  static std::tm UtcFields(std::time_t now) {
-    std::tm utc{};
-    gmtime_r(&now, &utc);
-    return utc;
-  }
-
   std::time_t cached_utc_ = -1;
   int64_t cached_local_ = 0;
   bool log_open_ = false;
@@ -142,6 +136,12 @@ int64_t WallClockSecondsFrom(const std::tm& tm) {
       calendar::DaysFromCivil(int64_t{tm.tm_year} + 1900, tm.tm_mon + 1, tm.tm_mday) -
       calendar::DaysFromCivil(1904, 1, 1);
   return days * 86400 + int64_t{tm.tm_hour} * 3600 + int64_t{tm.tm_min} * 60 + tm.tm_sec;
+}
+
+int64_t WallClockSecondsAt(std::time_t instant) {
+  std::tm fields{};
+  if (localtime_r(&instant, &fields) == nullptr) gmtime_r(&instant, &fields);
+  return WallClockSecondsFrom(fields);
 }
 
 int32_t ExitStatusFromWaitStatus(int wait_status) {

@@ -26,6 +26,10 @@ std::string AsOneLine(std::string text);
 // Seconds since 1904-01-01 00:00:00 of the wall-clock fields of tm.
 int64_t WallClockSecondsFrom(const std::tm& tm);
 
+// The local wall clock at instant, in the zone last read by tzset: what the service's clock
+// reads then (UTC's fields when the instant has no local time).
+int64_t WallClockSecondsAt(std::time_t instant);
+
 // How a waitpid status reads as one exit status: the exit code, or 128 + the signal.
 int32_t ExitStatusFromWaitStatus(int wait_status);
 
