@@ -20,13 +20,15 @@ struct NextRun {
   std::string out, err;
 };
 
-// Runs the binary with args (no single quotes in them) in a bare environment with home and
-// preferences folder under root; prefix goes before the command, e.g. to run as another user.
+// Runs the binary with args (no single quotes in them) in a bare environment: TZ=zone and,
+// unless homeless, a home and a preferences folder under root. prefix goes before the command,
+// e.g. to run as another user.
 NextRun RunNext(const fs::path& root, const std::vector<std::string>& args, const std::string& zone,
-                const std::string& prefix = "") {
-  std::string command = "cd " + root.string() + " && " + prefix + "env -i HOME=" + root.string() +
-                        "/home XDG_CONFIG_HOME=" + root.string() +
-                        "/config PATH=/usr/bin:/bin TZ=" + zone + " " QUELLMARK_NEXT_BINARY;
+                const std::string& prefix = "", bool homeless = false) {
+  const std::string r = root.string();
+  std::string command = "cd " + r + " && " + prefix + "env -i PATH=/usr/bin:/bin TZ=" + zone +
+                        (homeless ? "" : " HOME=" + r + "/home XDG_CONFIG_HOME=" + r + "/config") +
+                        " " QUELLMARK_NEXT_BINARY;
   for (const std::string& arg : args) command += " '" + arg + "'";
   NextRun run;
   FILE* pipe = popen((command + " 2>stderr").c_str(), "r");
@@ -134,8 +136,8 @@ TEST_F(NextEndToEndTest, ExitsWith1OnAQuit2OnAUsageErrorAnd70OnAnUnexpectedFailu
   // preferences folder is nil, as in the service.
   if (geteuid() != 0) GTEST_SKIP() << "needs root to run as an unknown user";
   fs::permissions(root, fs::perms::all);
-  const NextRun no_home =
-      RunNext(root, kAtMondayEvening, "UTC", "setpriv --reuid=54321 --regid=54321 --clear-groups ");
+  const NextRun no_home = RunNext(root, kAtMondayEvening, "UTC",
+                                  "setpriv --reuid=54321 --regid=54321 --clear-groups ", true);
   EXPECT_EQ(no_home.status, 70);
   EXPECT_NE(no_home.err.find("NilObjectException"), std::string::npos) << no_home.err;
 }
