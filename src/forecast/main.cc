@@ -38,7 +38,7 @@ class NextApplication : public ServiceApplication {
     if (const auto* error = std::get_if<forecast::UsageError>(&parsed)) {
       return UsageError(error->message);
     }
-    const Options& options = std::get<Options>(parsed);
+    const auto& options = std::get<Options>(parsed);
     if (options.help) return Print(stdout, UsageText()), 0;
     if (options.version) return Print(stdout, std::string(kVersion) + "\n"), 0;
 

@@ -63,8 +63,9 @@ bool IsC1Control(std::string_view bytes, size_t i, size_t length) {
 // prefix, then value in lowercase hexadecimal, digits wide: \x01, \u0085.
 std::string Hex(std::string_view prefix, unsigned value, int digits) {
   std::string text(prefix);
-  for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4)
+  for (int shift = 4 * (digits - 1); shift >= 0; shift -= 4) {
     text += "0123456789abcdef"[(value >> shift) & 15];
+  }
   return text;
 }
 
@@ -166,20 +167,58 @@ std::string ClosingSentence(const Forecast& forecast) {
          std::to_string(index) + " \"" + name + "\".";
 }
 
-std::string JsonMoment(const Moment& moment) {
-  return "{\"local\":\"" + LocalDateTime(moment.wall_seconds, 'T') +
-         "\",\"unix\":" + std::to_string(moment.unix_seconds) + "}";
+// {"key":value,...}, fields in the order added; values are JSON already.
+class JsonObject {
+ public:
+  JsonObject& Add(std::string_view key, const std::string& value) {
+    text_ += text_.empty() ? '{' : ',';
+    text_ += JsonString(key) + ':' + value;
+    return *this;
+  }
+  std::string Text() const { return text_.empty() ? "{}" : text_ + '}'; }
+
+ private:
+  std::string text_;
+};
+
+std::string JsonBool(bool value) { return value ? "true" : "false"; }
+
+JsonObject JsonMoment(const Moment& moment) {
+  JsonObject object;
+  object.Add("local", JsonString(LocalDateTime(moment.wall_seconds, 'T')))
+      .Add("unix", std::to_string(moment.unix_seconds));
+  return object;
 }
 
 std::string JsonAlarm(const AlarmForecast& alarm, size_t index, const Forecast& forecast) {
   const std::optional<std::string> why_not = WhyNot(alarm, forecast);
-  return "{\"index\":" + std::to_string(index) + ",\"name\":" + JsonString(AlarmName(alarm)) +
-         ",\"format\":" + JsonString(alarm.alarm->dAlarmFormat.Bytes()) +
-         ",\"schedule\":" + JsonString(ScheduleWords(*alarm.alarm)) +
-         ",\"enabled\":" + (alarm.alarm->mEnabled ? "true" : "false") +
-         ",\"next\":" + (alarm.next ? JsonMoment(*alarm.next) : "null") +
-         ",\"held_by_guard\":" + (alarm.held_by_guard ? "true" : "false") +
-         ",\"why_not\":" + (why_not ? JsonString(*why_not) : "null") + "}";
+  return JsonObject()
+      .Add("index", std::to_string(index))
+      .Add("name", JsonString(AlarmName(alarm)))
+      .Add("format", JsonString(alarm.alarm->dAlarmFormat.Bytes()))
+      .Add("schedule", JsonString(ScheduleWords(*alarm.alarm)))
+      .Add("enabled", JsonBool(alarm.alarm->mEnabled))
+      .Add("next", alarm.next ? JsonMoment(*alarm.next).Text() : "null")
+      .Add("held_by_guard", JsonBool(alarm.held_by_guard))
+      .Add("why_not", why_not ? JsonString(*why_not) : "null")
+      .Text();
+}
+
+std::string JsonTolvane(const Forecast& forecast) {
+  if (forecast.tolvane == nullptr) return "null";
+  return JsonObject()
+      .Add("path", JsonString(forecast.tolvane->Path()))
+      .Add("found_by", JsonString(FoundByWords(forecast.found_by)))
+      .Text();
+}
+
+std::string JsonLaunch(const Forecast& forecast) {
+  if (!forecast.launch || !forecast.launch_alarm) return "null";
+  JsonObject launch;
+  launch.Add("alarm", std::to_string(*forecast.launch_alarm))
+      .Add("local", JsonString(LocalDateTime(forecast.launch->wall_seconds, 'T')))
+      .Add("unix", std::to_string(forecast.launch->unix_seconds));
+  return launch.Text();
 }
 
 }  // namespace
@@ -281,31 +320,24 @@ std::string HumanReport(const Forecast& forecast) {
 }
 
 std::string JsonReport(const Forecast& forecast) {
-  std::string json = "{\"preferences\":" + JsonString(forecast.preferences_path);
-  json += ",\"start\":" + JsonMoment(forecast.start);
-  json += ",\"ring_offset_minutes\":" + std::to_string(forecast.ring_offset_minutes);
-  json += ",\"last_launch\":\"" + LocalDateTime(LastLaunchWallSeconds(forecast), 'T') + "\"";
-  json += ",\"tolvane\":";
-  json += forecast.tolvane == nullptr
-              ? "null"
-              : "{\"path\":" + JsonString(forecast.tolvane->Path()) + ",\"found_by\":\"" +
-                    FoundByWords(forecast.found_by) + "\"}";
   constexpr std::array<const char*, 3> kOutcomes = {"launch", "watch", "quit"};
-  json += ",\"outcome\":\"" + std::string(kOutcomes[static_cast<size_t>(forecast.outcome)]) + "\"";
-  json += ",\"message\":";
-  json += forecast.outcome == Outcome::kQuit && forecast.quit_message
-              ? JsonString(*forecast.quit_message)
-              : "null";
-  json += ",\"launch\":";
-  json += forecast.launch && forecast.launch_alarm
-              ? "{\"alarm\":" + std::to_string(*forecast.launch_alarm) + "," +
-                    JsonMoment(*forecast.launch).substr(1)
-              : "null";
-  json += ",\"alarms\":[";
+  const bool quits = forecast.outcome == Outcome::kQuit && forecast.quit_message;
+  std::string alarms;
   for (size_t i = 0; i < forecast.alarms.size(); ++i) {
-    json += (i > 0 ? "," : "") + JsonAlarm(forecast.alarms[i], i, forecast);
+    alarms += (i > 0 ? "," : "") + JsonAlarm(forecast.alarms[i], i, forecast);
   }
-  return json + "]}\n";
+  return JsonObject()
+             .Add("preferences", JsonString(forecast.preferences_path))
+             .Add("start", JsonMoment(forecast.start).Text())
+             .Add("ring_offset_minutes", std::to_string(forecast.ring_offset_minutes))
+             .Add("last_launch", JsonString(LocalDateTime(LastLaunchWallSeconds(forecast), 'T')))
+             .Add("tolvane", JsonTolvane(forecast))
+             .Add("outcome", JsonString(kOutcomes[static_cast<size_t>(forecast.outcome)]))
+             .Add("message", quits ? JsonString(*forecast.quit_message) : "null")
+             .Add("launch", JsonLaunch(forecast))
+             .Add("alarms", "[" + alarms + "]")
+             .Text() +
+         "\n";
 }
 
 int ExitStatus(const Forecast& forecast) { return forecast.outcome == Outcome::kQuit ? 1 : 0; }
