@@ -156,6 +156,8 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
       // 30 October, 30 September could only ring after a roll that a 30th does not make.
       {{.year = "2026", .month = "11", .day = "30", .hour = 24}, none},
       {{.year = "2026", .month = "9", .day = "30"}, "its date has passed"},
+      // A day early, the rolled 1 December would ring on 30 November, a day that does not roll.
+      {{.year = "2026", .month = "11", .day = "1"}, "its date has passed", 1440},
       // A month outside 1 to 12 lands in another year, unless a day or a time brings it back.
       {{.month = "13"}, "month 13 never comes"},
       {{.month = "0", .day = "31", .hour = 23, .minute = 59}, "month 0 never comes"},
