@@ -139,10 +139,15 @@ std::string CalendarWords(const AlarmItem& alarm) {
                                 TimeWords(alarm.dHour, alarm.dMinute, out_of_range));
 }
 
+static_assert(kWeekdayNames.size() == AlarmItem::kWeekdayUpperBound + 1);
+static_assert(kFromStart.size() == AlarmItem::kWeekNumUpperBound + 1);
+static_assert(kFromEnd.size() == kFromStart.size());
+
+// The names of the flags that are on; the record makes each flag array as long as its names.
 std::vector<std::string> ChosenNames(const Array<bool>& flags, const auto& names) {
   std::vector<std::string> chosen;
-  for (int32_t i = 0; i <= flags.UBound() && static_cast<size_t>(i) < names.size(); ++i) {
-    if (flags.Get(i)) chosen.emplace_back(names[static_cast<size_t>(i)]);
+  for (size_t i = 0; i < names.size(); ++i) {
+    if (flags.Get(static_cast<int32_t>(i))) chosen.emplace_back(names[i]);
   }
   return chosen;
 }
