@@ -23,6 +23,10 @@ struct Fields {
   bool enabled = true;
 };
 
+void SetFlags(Array<bool>& flags, const std::string& digits) {
+  for (size_t i = 0; i < digits.size(); ++i) flags.Set(static_cast<int32_t>(i), digits[i] == '1');
+}
+
 Ref<AlarmItem> MakeAlarm(const Fields& f) {
   Ref<AlarmItem> alarm = Ref<AlarmItem>::New();
   alarm->dAlarmFormat = String(f.format);
@@ -31,8 +35,8 @@ Ref<AlarmItem> MakeAlarm(const Fields& f) {
   alarm->dDay = String(f.day);
   alarm->dHour = f.hour;
   alarm->dMinute = f.minute;
-  for (int32_t i = 0; i < 7; ++i) alarm->dMonthlyWeekday->Set(i, f.weekdays[i] == '1');
-  for (int32_t i = 0; i < 5; ++i) alarm->dMonthlyWeekNum->Set(i, f.weeks[i] == '1');
+  SetFlags(*alarm->dMonthlyWeekday, f.weekdays);
+  SetFlags(*alarm->dMonthlyWeekNum, f.weeks);
   alarm->dMonthlyToLast = f.to_last;
   alarm->dMonthlyMonth = String(f.monthly_month);
   alarm->dHourlyMinute = f.hourly_minute;
