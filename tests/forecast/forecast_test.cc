@@ -13,15 +13,11 @@
 namespace quellmark {
 namespace {
 
+using agreement::kChanges;
+using agreement::kZones;
 using agreement::Tag;
 using agreement::ZoneSet;
 using forecast::Predict;
-
-constexpr const char* kZones[] = {"America/New_York", "Europe/Berlin", "Australia/Lord_Howe"};
-// The instants of each zone's two changes in 2026 (spring forward, fall back; Lord Howe's by half
-// an hour).
-constexpr int64_t kChanges[][2] = {
-    {1772953200, 1793512800}, {1774746000, 1792890000}, {1791041400, 1775314800}};
 
 // Wall-clock seconds of local fields, through timegm: independent of the code under test.
 int64_t Wall(int year, int month, int day, int hour, int minute, int second) {
@@ -92,7 +88,8 @@ TEST(ForecastTest, StartUpAsTheServiceReadsIt) {
     EXPECT_EQ(predicted.outcome, message ? forecast::Outcome::kQuit : forecast::Outcome::kWatch);
     EXPECT_EQ(std::tuple(predicted.ring_offset_minutes, predicted.last_launch_seconds),
               std::tuple(minutes, last));
-    EXPECT_EQ(predicted.found_by == forecast::FoundBy::kSavedLocation, std::string(found_by) == "saved");
+    EXPECT_EQ(predicted.found_by == forecast::FoundBy::kSavedLocation,
+              std::string(found_by) == "saved");
     EXPECT_EQ(predicted.tolvane->Path(), folder / "Tolvane.app");
     EXPECT_EQ(predicted.preferences_path, folder / kPreferencesFileName);
   }
