@@ -246,7 +246,8 @@ AlarmForecast ForecastAlarm(ForecastEnv& env, const App& app, const Ref<AlarmIte
 std::optional<String> PreferencesFileAsked(const Request& request) {
   if (!request.preferences_file) return std::nullopt;
   std::error_code error;
-  const std::filesystem::path absolute = std::filesystem::absolute(*request.preferences_file, error);
+  const std::filesystem::path absolute =
+      std::filesystem::absolute(*request.preferences_file, error);
   return String(error ? *request.preferences_file : absolute.string());
 }
 

@@ -75,8 +75,10 @@ struct Forecast {
   std::vector<AlarmForecast> alarms;  // in array order; empty when the service quits
 };
 
-// Models the service started at request's start, in the process's current time zone. A missing
-// preferences folder (no user home) throws the runtime's NilObjectException, as the service does.
+// Models the service started at request's start, in the process's current time zone (TZ is read
+// again). The platform's folders are those of the Env in force; the ring offset and the Env are
+// left as they were found, whatever happens. A missing preferences folder (no user home) throws
+// the runtime's NilObjectException, as the service does.
 Forecast Predict(const Request& request);
 
 // The wall clock at unix_seconds, read exactly as the service's clock reads it.

@@ -26,6 +26,13 @@
 
 namespace quellmark::agreement {
 
+inline constexpr const char* kZones[] = {"America/New_York", "Europe/Berlin",
+                                         "Australia/Lord_Howe"};
+// The instants of each zone's two changes in 2026 (spring forward, fall back; Lord Howe's by half
+// an hour).
+inline constexpr int64_t kChanges[][2] = {
+    {1772953200, 1793512800}, {1774746000, 1792890000}, {1791041400, 1775314800}};
+
 // A whole number in [low, high].
 using Draw = std::function<int64_t(int64_t low, int64_t high)>;
 
@@ -77,8 +84,8 @@ inline std::string Tag(const std::string& name, const std::string& value) {
 // One alarm's saved form, its fields aimed near the reference minute at wall (shifted by offset
 // minutes) with out-of-range spellings, neighbours and strays.
 inline std::string RandomAlarm(const Draw& draw, int64_t wall, int32_t offset) {
-  const Date at = Date::FromTotalSeconds(
-      static_cast<double>(wall + WrappingMultiply(offset, 60) + draw(-3, 3) * 60 * (draw(0, 3) == 0)));
+  const Date at = Date::FromTotalSeconds(static_cast<double>(wall + WrappingMultiply(offset, 60) +
+                                                             draw(-3, 3) * 60 * (draw(0, 3) == 0)));
   const auto pick = [&](std::initializer_list<std::string> texts) {
     return *(texts.begin() + draw(0, static_cast<int64_t>(texts.size()) - 1));
   };
@@ -93,8 +100,10 @@ inline std::string RandomAlarm(const Draw& draw, int64_t wall, int32_t offset) {
   block += Tag("dAlarmFormat", format);
   const int32_t day = at.Day(), month = at.Month(), year = at.Year();
   block += Tag("dYear", pick({"", "", text(year), text(year), text(year + draw(-1, 1)), "0"}));
-  block += Tag("dMonth", pick({"", "", text(month), text(month), text(month + 12 * draw(-1, 1)), "0", "13"}));
-  block += Tag("dDay", pick({"", "", text(day - carry), text(day - carry), text(day), "0", "29", "30", "31", "x"}));
+  block += Tag("dMonth",
+               pick({"", "", text(month), text(month), text(month + 12 * draw(-1, 1)), "0", "13"}));
+  block += Tag("dDay", pick({"", "", text(day - carry), text(day - carry), text(day), "0", "29",
+                             "30", "31", "x"}));
   block += Tag("dMonthlyMonth", pick({"", text(month), text(month + draw(-1, 1)), "0", "13"}));
   block += Tag("dMonthlyToLast", draw(0, 1) ? "True" : "False");
   for (int32_t i = 0; i < 7; ++i) {
@@ -116,16 +125,14 @@ inline std::string RandomAlarm(const Draw& draw, int64_t wall, int32_t offset) {
 inline std::string RandomPreferences(const Draw& draw, int64_t start, int64_t end,
                                      const std::string& tolvane) {
   const int32_t offset = static_cast<int32_t>(
-      draw(0, 3) == 0 ? 0
-                      : (draw(0, 5) == 0 ? draw(-50'000'000, 50'000'000) : draw(-3000, 3000)));
+      draw(0, 3) == 0 ? 0 : (draw(0, 5) == 0 ? draw(-50'000'000, 50'000'000) : draw(-3000, 3000)));
   // Each alarm aimed at a moment of the window; the last launch often in the minute of one.
   std::vector<int64_t> aims(static_cast<size_t>(draw(draw(0, 9) == 0 ? 0 : 1, 6)));
   for (int64_t& aim : aims) aim = forecast::WallSecondsAt(draw(start - 120, end - 1));
   std::string last;
   if (!aims.empty() && draw(0, 2) > 0) {
-    last = std::to_string(aims[static_cast<size_t>(draw(0, static_cast<int64_t>(aims.size()) - 1))] +
-                          draw(-40, 40) * draw(0, 1)) +
-           (draw(0, 1) ? ".5" : "");
+    const int64_t aim = aims[static_cast<size_t>(draw(0, std::ssize(aims) - 1))];
+    last = std::to_string(aim + draw(-40, 40) * draw(0, 1)) + (draw(0, 1) ? ".5" : "");
   } else if (draw(0, 1)) {
     last = std::to_string(forecast::WallSecondsAt(start) - draw(0, 86400));
   }

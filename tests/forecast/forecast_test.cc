@@ -13,15 +13,11 @@
 namespace quellmark {
 namespace {
 
+using agreement::kChanges;
+using agreement::kZones;
 using agreement::Tag;
 using agreement::ZoneSet;
 using forecast::Predict;
-
-constexpr const char* kZones[] = {"America/New_York", "Europe/Berlin", "Australia/Lord_Howe"};
-// The instants of each zone's two changes in 2026 (spring forward, fall back; Lord Howe's by half
-// an hour).
-constexpr int64_t kChanges[][2] = {
-    {1772953200, 1793512800}, {1774746000, 1792890000}, {1791041400, 1775314800}};
 
 // Wall-clock seconds of local fields, through timegm: independent of the code under test.
 int64_t Wall(int year, int month, int day, int hour, int minute, int second) {
@@ -45,24 +41,39 @@ TEST(ForecastTest, DaylightSavingDaysAndTheGuardInNewYork) {
   TempFolder folder;
   std::filesystem::create_directory(folder / "Tolvane.app");
   const std::string tolvane = Tag("LastApplicationLocation", folder / "Tolvane.app");
-  // What, the alarm's hour, the start, the last launch (wall seconds), the next launch, and
-  // whether the guard held a ring back.
+  const auto daily = [](const char* hour, const char* minute) {
+    return Tag("dHour", hour) + Tag("dMinute", minute);
+  };
+  // What, the alarm, the start, the last launch (wall seconds), the next launch, and whether the
+  // guard held a ring back.
   const std::tuple<const char*, std::string, int64_t, int64_t, int64_t, bool> rows[] = {
-      {"02:30 on the spring-forward day never comes: the next day's", "2", 1772946000, 0,
-       1773037800, false},
-      {"01:30 on the fall-back day: its first occurrence", "1", 1793505600, 0, 1793511000, false},
-      {"a launch at 01:30 holds back both occurrences", "1", 1793505600,
+      {"02:00 on the spring-forward day never comes: the next day's", daily("2", "0"), 1772946000,
+       0, 1773036000, false},
+      {"03:00 on the spring-forward day: the change itself", daily("3", "0"), 1772946000 + 1234, 0,
+       1772953200, false},
+      {"01:30 on the fall-back day: its first occurrence", daily("1", "30"), 1793505600, 0,
+       1793511000, false},
+      {"a launch at 01:30 holds back both occurrences", daily("1", "30"), 1793505600,
        Wall(2026, 11, 1, 1, 30, 20), 1793601000, true},
-      {"the guard holds back the first minute of a timer due at once", "T", 1793505610,
-       Wall(2026, 11, 1, 0, 0, 59), 1793505660, true}};
-  for (const auto& [what, hour, start, last, next, held] : rows) {
+      {"every hour at :59", Tag("dAlarmFormat", "hourly") + Tag("dHourlyMinute", "59"), 1793505600,
+       0, 1793505600 + 3540, false},
+      {"inside a minute that rang before the start: the start", daily("0", "0"), 1793505600 + 59, 0,
+       1793505600 + 59, false},
+      {"the fifth week: Sunday 29 November",
+       Tag("dAlarmFormat", "monthly") + daily("7", "30") + Tag("dMonthlyWeekday-0", "True") +
+           Tag("dMonthlyWeekNum-4", "True"),
+       1793505600, 0, 1795955400, false},
+      {"the guard holds back the first minute of a timer due at once", Tag("dAlarmFormat", "timer"),
+       1793505610, Wall(2026, 11, 1, 0, 0, 59), 1793505660, true}};
+  for (const auto& [what, fields, start, last, next, held] : rows) {
+    // Twice: on a tie the first in array order launches.
     const std::string alarm =
-        "<item>" + Tag("mEnabled", "True") +
-        (hour == "T" ? Tag("dAlarmFormat", "timer") : Tag("dHour", hour) + Tag("dMinute", "30"));
+        "<item>" + Tag("mEnabled", "True") + fields + "<item>" + fields + Tag("mEnabled", "True");
     const forecast::Forecast predicted = PredictFrom(
         folder, tolvane + Tag("LastLaunch", std::to_string(last)) + Tag("new-alarms", alarm),
         start);
-    ASSERT_EQ(predicted.alarms.size(), 1U) << what;
+    ASSERT_EQ(predicted.alarms.size(), 2U) << what;
+    EXPECT_EQ(predicted.alarms[1].next, predicted.alarms[0].next) << what;
     EXPECT_EQ(predicted.alarms[0].next.value_or(forecast::Moment{}).unix_seconds, next) << what;
     EXPECT_EQ(predicted.alarms[0].held_by_guard, held) << what;
     EXPECT_EQ(std::tuple(predicted.outcome, predicted.launch_alarm),
@@ -92,7 +103,8 @@ TEST(ForecastTest, StartUpAsTheServiceReadsIt) {
     EXPECT_EQ(predicted.outcome, message ? forecast::Outcome::kQuit : forecast::Outcome::kWatch);
     EXPECT_EQ(std::tuple(predicted.ring_offset_minutes, predicted.last_launch_seconds),
               std::tuple(minutes, last));
-    EXPECT_EQ(predicted.found_by == forecast::FoundBy::kSavedLocation, std::string(found_by) == "saved");
+    EXPECT_EQ(predicted.found_by == forecast::FoundBy::kSavedLocation,
+              std::string(found_by) == "saved");
     EXPECT_EQ(predicted.tolvane->Path(), folder / "Tolvane.app");
     EXPECT_EQ(predicted.preferences_path, folder / kPreferencesFileName);
   }
@@ -113,7 +125,12 @@ TEST(ForecastTest, UnixSecondsForWallIsTheFirstInstantShowingItOrNone) {
         first[forecast::WallSecondsAt(t)] = t;
       }
       const int64_t low = first.begin()->first + 3600, high = first.rbegin()->first - 3600;
-      for (int64_t wall = low; wall < high; wall += std::abs(wall - change) < 200 ? 1 : 97) {
+      // Second by second around both edges of the gap or the repeated hour.
+      const auto near_edge = [&](int64_t wall) {
+        return std::abs(wall - forecast::WallSecondsAt(change)) < 200 ||
+               std::abs(wall - forecast::WallSecondsAt(change - 1)) < 200;
+      };
+      for (int64_t wall = low; wall < high; wall += near_edge(wall) ? 1 : 97) {
         const auto found = first.find(wall);
         EXPECT_EQ(forecast::UnixSecondsForWall(wall),
                   found == first.end() ? std::nullopt : std::optional(found->second))
