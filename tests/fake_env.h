@@ -26,6 +26,7 @@ class FakeEnv : public Env {
   ~FakeEnv() override { Env::Install(previous_); }
 
   int64_t LocalWallClockSeconds() override { return now; }
+  int64_t UnixSeconds() override { return now - 2'082'844'800; }  // as if the zone were UTC
   void SleepForMilliseconds(int32_t milliseconds) override { now += milliseconds / 1000; }
   [[noreturn]] void ExitProcess(int32_t code) override { throw FakeExit{code}; }
   void WriteLog(int32_t level, const std::string& message) override {

@@ -7,26 +7,41 @@
 #include "app/tolvane_search.h"
 #include "runtime/numbers.h"
 #include "runtime/shell.h"
+#include "runtime/special_folder.h"
 #include "runtime/system_log.h"
 #include "text/url_decoding.h"
 
 namespace quellmark {
 
 int32_t App::Run(const std::vector<String>& /*args*/) {
+  if (const char* message = Load()) {
+    System::Log(kQuitMessageLevel, message);
+    return 0;
+  }
+  // The loop has no exit of its own: the check pass ends the process when it launches Tolvane.
+  for (;;) {
+    checkAlarms();
+    DoEvents(1000);
+    YieldPoint();
+  }
+}
+
+const char* App::Load(const std::optional<String>& preferences_file) {
   dLastLaunch = Ref<Date>::New(Date::Now());
 
   // The settings live only in this block and the alarm list until the alarms are loaded: both
   // may be as large as the file, and are not kept while the service watches.
   std::optional<String> list;
   {
+    const Ref<FolderItem> file =
+        preferences_file ? GetFolderItem(*preferences_file, 0) : PreferencesFile();
+    preferences_path = file != nullptr ? file->Path() : preferences_file.value_or("").Bytes();
     String settings;
-    switch (ReadPreferenceSettings(settings)) {  // GCOVR_EXCL_BR_LINE: every outcome has a case
+    switch (ReadPreferenceSettings(file, settings)) {  // GCOVR_EXCL_BR_LINE: every outcome has a case
       case PreferencesOutcome::kNotFound:
-        System::Log(kQuitMessageLevel, kNoPreferencesMessage);
-        return 0;
+        return kNoPreferencesMessage;
       case PreferencesOutcome::kNotOpenable:
-        System::Log(kQuitMessageLevel, kUnreadablePreferencesMessage);
-        return 0;
+        return kUnreadablePreferencesMessage;
       case PreferencesOutcome::kRead:
         break;
     }
@@ -35,27 +50,18 @@ int32_t App::Run(const std::vector<String>& /*args*/) {
 
     // Tolvane is located before the alarms are looked at, so a file without alarms still costs
     // a search when the saved location is stale.
-    FTolvaneItem = LocateTolvane(
+    FTolvaneItem = SavedTolvane(
         GlobalMethods::DecodingFromURLVelmora(SettingText(settings, "LastApplicationLocation")));
+    tolvane_at_saved_location = FTolvaneItem != nullptr;
+    if (!tolvane_at_saved_location) FTolvaneItem = SearchForTolvane(SpecialFolder::Applications());
     if (FTolvaneItem == nullptr || !FTolvaneItem->Exists() || !FTolvaneItem->Directory()) {
-      System::Log(kQuitMessageLevel, kNoApplicationMessage);
-      return 0;
+      return kNoApplicationMessage;
     }
     list = SettingText(settings, "new-alarms");
   }
-  if (!HasItemBlocks(*list)) {
-    System::Log(kQuitMessageLevel, kNoAlarmsMessage);
-    return 0;
-  }
+  if (!HasItemBlocks(*list)) return kNoAlarmsMessage;
   LoadAlarms(*list);
-  list.reset();
-
-  // The loop has no exit of its own: the check pass ends the process when it launches Tolvane.
-  for (;;) {
-    checkAlarms();
-    DoEvents(1000);
-    YieldPoint();
-  }
+  return nullptr;
 }
 
 void App::LoadAlarms(const String& list) {
@@ -76,14 +82,16 @@ void App::checkAlarms() {
     if (alarm->isRingTime(nullptr, false) && alarm->mEnabled) {
       // A missing Tolvane loses this pass's ringing silently; the next pass tries again.
       if (FTolvaneItem != nullptr && FTolvaneItem->Exists()) {
-        // Compared as text to the minute: Tolvane is never launched twice in one minute.
-        const bool launched_this_minute =
-            now.LongDate() + now.ShortTime() == dLastLaunch->LongDate() + dLastLaunch->ShortTime();
-        if (!launched_this_minute) LaunchTolvaneAndQuit();
+        if (!LaunchedThisMinute(now, *dLastLaunch)) LaunchTolvaneAndQuit();
       }
     }
     YieldPoint();
   }
+}
+
+bool LaunchedThisMinute(const Date& now, const Date& last_launch) {
+  // Compared as text to the minute, as the service always has.
+  return now.LongDate() + now.ShortTime() == last_launch.LongDate() + last_launch.ShortTime();
 }
 
 void App::LaunchTolvaneAndQuit() {

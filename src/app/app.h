@@ -7,6 +7,8 @@
 #define QUELLMARK_APP_APP_H_
 
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "alarm/alarm_item.h"
@@ -35,6 +37,11 @@ class App : public ServiceApplication {
   // The arguments are not read.
   int32_t Run(const std::vector<String>& args) override;
 
+  // Everything Run does before it watches: the last launch, the ring offset, Tolvane and the
+  // alarms, read from preferences_file (an absolute path; the user's file when absent). Returns
+  // the message Run would quit with, or nullptr when the alarms are loaded. Logs nothing.
+  const char* Load(const std::optional<String>& preferences_file = std::nullopt);
+
   // One pass: the first enabled alarm that rings now launches Tolvane (unless Tolvane is missing
   // or was launched in this same minute) and ends the process.
   void checkAlarms();
@@ -42,11 +49,19 @@ class App : public ServiceApplication {
   Array<Ref<AlarmItem>> alarmArray;
   Ref<FolderItem> FTolvaneItem;  // Tolvane's bundle, once located
   Ref<Date> dLastLaunch;         // Tolvane's last launch, as its preferences tell
+  // What Load found besides: the file it read or looked for, and whether Tolvane was where its
+  // preferences said rather than found by the search.
+  std::string preferences_path;
+  bool tolvane_at_saved_location = false;
 
  private:
   void LoadAlarms(const String& list);
   [[noreturn]] void LaunchTolvaneAndQuit();
 };
+
+// Whether now falls in the minute (same day, hour and minute) of last_launch: the check pass
+// never launches Tolvane twice in one minute.
+bool LaunchedThisMinute(const Date& now, const Date& last_launch);
 
 }  // namespace quellmark
 

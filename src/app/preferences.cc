@@ -11,11 +11,14 @@
 
 namespace quellmark {
 
+Ref<FolderItem> PreferencesFile() { return PreferencesFolder()->Child(kPreferencesFileName); }
+
 PreferencesOutcome ReadPreferenceSettings(String& settings) {
-  const Ref<FolderItem> file = PreferencesFolder()->Child(kPreferencesFileName);
-  // GCOVR_EXCL_BR_START: the file's name is a valid child name, so file is never nil
+  return ReadPreferenceSettings(PreferencesFile(), settings);
+}
+
+PreferencesOutcome ReadPreferenceSettings(const Ref<FolderItem>& file, String& settings) {
   if (file == nullptr || !file->Exists()) return PreferencesOutcome::kNotFound;
-  // GCOVR_EXCL_BR_STOP
   const Ref<TextInputStream> stream = file->OpenAsTextFile();
   if (stream == nullptr) return PreferencesOutcome::kNotOpenable;
   // Only the settings outlive this statement; the whole text is dropped at once.

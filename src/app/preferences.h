@@ -9,6 +9,8 @@
 
 #include <functional>
 
+#include "runtime/folder_item.h"
+#include "runtime/ref.h"
 #include "runtime/string_value.h"
 
 namespace quellmark {
@@ -17,9 +19,15 @@ inline constexpr const char* kPreferencesFileName = "com.velmora.Tolvane.xml";
 
 enum class PreferencesOutcome { kRead, kNotFound, kNotOpenable };
 
-// Reads the preferences file once, whole, and closes it; on kRead, settings holds the text of
-// its "settings" element and nothing else of the file is kept. A missing preferences folder
-// throws NilObjectException.
+// The user's preferences file, whether or not it exists; nil when the folder cannot hold it. A
+// missing preferences folder throws NilObjectException.
+Ref<FolderItem> PreferencesFile();
+
+// Reads file (nil: not found) once, whole, and closes it; on kRead, settings holds the text of its
+// "settings" element and nothing else of the file is kept.
+PreferencesOutcome ReadPreferenceSettings(const Ref<FolderItem>& file, String& settings);
+
+// The same, of the user's preferences file.
 PreferencesOutcome ReadPreferenceSettings(String& settings);
 
 // A setting's text as it stands (not decoded).

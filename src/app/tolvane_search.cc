@@ -11,12 +11,17 @@ bool IsTolvaneName(const String& name) {
   return Left(name, Len("Tolvane")) == "Tolvane" && Right(name, Len(".app")) == ".app";
 }
 
-Ref<FolderItem> LocateTolvane(const String& location) {
+Ref<FolderItem> SavedTolvane(const String& location) {
   if (Len(location) > 0) {
     Ref<FolderItem> saved = GetFolderItem(location, 0);
     if (saved != nullptr && saved->Exists() && saved->Directory()) return saved;
   }
-  return SearchForTolvane(SpecialFolder::Applications());
+  return nullptr;
+}
+
+Ref<FolderItem> LocateTolvane(const String& location) {
+  Ref<FolderItem> saved = SavedTolvane(location);
+  return saved != nullptr ? saved : SearchForTolvane(SpecialFolder::Applications());
 }
 
 Ref<FolderItem> SearchForTolvane(const Ref<FolderItem>& root) {

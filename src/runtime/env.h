@@ -18,6 +18,8 @@ class Env {
 
   // Now, as whole seconds of local wall-clock time since 1904-01-01 00:00:00.
   virtual int64_t LocalWallClockSeconds() = 0;
+  // Now, as whole seconds since 1970-01-01 00:00:00 UTC.
+  virtual int64_t UnixSeconds() = 0;
   virtual void SleepForMilliseconds(int32_t milliseconds) = 0;
   // Ends the process with code; never returns (a test's fake may throw instead).
   [[noreturn]] virtual void ExitProcess(int32_t code) = 0;

@@ -48,6 +48,8 @@ class PosixEnv final : public Env {
     return cached_local_;
   }
 
+  int64_t UnixSeconds() override { return sys::RealTimeNanoseconds() / 1'000'000'000; }
+
   void SleepForMilliseconds(int32_t milliseconds) override {
     if (milliseconds <= 0) return;
     using Nanoseconds = decltype(timespec::tv_nsec);

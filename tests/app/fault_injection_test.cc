@@ -34,6 +34,7 @@ class ServiceEnv final : public Env {
     if (failing_ == Failing::kClock) throw IOException("clock_gettime", "CLOCK_REALTIME", EINVAL);
     return real_.LocalWallClockSeconds();
   }
+  int64_t UnixSeconds() override { return real_.UnixSeconds(); }
   void SleepForMilliseconds(int32_t /*milliseconds*/) override {
     if (++sleeps == 2) throw StillWatching{};
     real_.SleepForMilliseconds(1);
