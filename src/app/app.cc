@@ -37,7 +37,7 @@ const char* App::Load(const std::optional<String>& preferences_file) {
         preferences_file ? GetFolderItem(*preferences_file, 0) : PreferencesFile();
     preferences_path = file != nullptr ? file->Path() : preferences_file.value_or("").Bytes();
     String settings;
-    switch (ReadPreferenceSettings(file, settings)) {  // GCOVR_EXCL_BR_LINE: every outcome has a case
+    switch (ReadPreferenceSettings(file, settings)) {  // GCOVR_EXCL_BR_LINE: a case per outcome
       case PreferencesOutcome::kNotFound:
         return kNoPreferencesMessage;
       case PreferencesOutcome::kNotOpenable:
