@@ -37,7 +37,11 @@ std::optional<int32_t> ParseHorizon(std::string_view text) {
   return static_cast<int32_t>(*days);
 }
 
-std::string Quoted(std::string_view value) { return "'" + Visible(value) + "'"; }
+std::string Quoted(std::string_view value) {
+  std::string quoted(1, '\'');
+  quoted += Visible(value);
+  return quoted += '\'';
+}
 
 class Parser {
  public:

@@ -315,8 +315,8 @@ std::string HumanReport(const Forecast& forecast) {
     header += "ring offset  " + RingOffsetWords(forecast.ring_offset_minutes) + "\n";
     header += "last launch  " + LocalDateTime(LastLaunchWallSeconds(forecast), ' ') + "\n";
   }
-  const std::string table = forecast.alarms.empty() ? "" : "\n" + AlarmTable(forecast);
-  return header + table + "\n" + ClosingSentence(forecast) + "\n";
+  if (!forecast.alarms.empty()) header += '\n' + AlarmTable(forecast);
+  return header += '\n' + ClosingSentence(forecast) + '\n';
 }
 
 std::string JsonReport(const Forecast& forecast) {
@@ -324,7 +324,8 @@ std::string JsonReport(const Forecast& forecast) {
   const bool quits = forecast.outcome == Outcome::kQuit && forecast.quit_message;
   std::string alarms;
   for (size_t i = 0; i < forecast.alarms.size(); ++i) {
-    alarms += (i > 0 ? "," : "") + JsonAlarm(forecast.alarms[i], i, forecast);
+    if (i > 0) alarms += ',';
+    alarms += JsonAlarm(forecast.alarms[i], i, forecast);
   }
   return JsonObject()
              .Add("preferences", JsonString(forecast.preferences_path))
