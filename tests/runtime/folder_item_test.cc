@@ -113,13 +113,15 @@ TEST(FolderItemTest, ItemsDeeperThanPathMaxWorkThroughFewDescriptors) {
 constexpr std::string_view kBytes("caf\xC3\xA9\0\x80\xFF\r\n\x1A end", 15);
 
 // What path opens as, asked in a child process so that a hang is ended by an alarm (-1) and
-// privileges can be dropped without touching the test process (77 when they cannot be): 0 for
-// nil, 1 for a stream that reads kBytes back.
+// privileges can be dropped without touching the test process (77 when they cannot be, 78 when
+// the unprivileged user cannot reach the path's folder): 0 for nil, 1 for a stream that reads
+// kBytes back.
 int OpensInChild(const std::string& path, bool unprivileged) {
   const pid_t pid = fork();
   if (pid == 0) {
     alarm(5);
     if (unprivileged && geteuid() == 0 && setuid(65534) != 0) _exit(77);
+    if (access(path.c_str(), F_OK) != 0 && errno == EACCES) _exit(78);
     _exit(Item(path)->OpenAsTextFile().IsNil() ? 0 : Text(Item(path)).Bytes() == kBytes ? 1 : 2);
   }
   int status = 0;
@@ -127,7 +129,7 @@ int OpensInChild(const std::string& path, bool unprivileged) {
 }
 
 TEST(FolderItemTest, OnlyARegularReadableFileOpensAsTextAndNothingBlocks) {
-  TempFolder dir;
+  TempFolder dir(SharedScratch());  // reachable by any user, whatever $TMPDIR names
   WriteFile(dir / "notes.txt", kBytes);
   WriteFile(dir / "secret.txt", kBytes);
   ASSERT_EQ(chmod(dir.path.c_str(), 0755) | chmod((dir / "notes.txt").c_str(), 0644) |
@@ -148,6 +150,7 @@ TEST(FolderItemTest, OnlyARegularReadableFileOpensAsTextAndNothingBlocks) {
   for (const auto& [path, unprivileged, opens] : rows) {
     const int opened = OpensInChild(path, unprivileged);
     if (opened == 77) GTEST_SKIP() << "cannot become an unprivileged user";
+    if (opened == 78) GTEST_SKIP() << "an unprivileged user cannot reach " << dir.path;
     EXPECT_EQ(opened, opens) << path << (unprivileged ? " for an unprivileged user" : "");
   }
 }
