@@ -34,6 +34,12 @@ TEST(FolderItemTest, GetFolderItemTakesOnlyAbsolutePathsWhetherOrNotTheyExist) {
   EXPECT_TRUE(GetFolderItem("/Applications", 1).IsNil());  // the only mode there is is 0
   EXPECT_TRUE(GetFolderItem(String(std::string("/tmp/a\0b", 8)), 0).IsNil());
   for (const char* path : {"", "Tolvane.app"}) EXPECT_TRUE(GetFolderItem(path, 0).IsNil()) << path;
+  // A child is one name in its folder: none that climbs out, stays put, or goes deeper.
+  for (const std::string& name : {std::string(), std::string("."), std::string(".."),
+                                  std::string("a/b"), std::string("a\0b", 3)}) {
+    EXPECT_TRUE(Item("/tmp")->Child(String(name)).IsNil()) << name;
+  }
+  EXPECT_EQ(Item("/tmp")->Child("..a")->Path(), "/tmp/..a");
 }
 
 // One folder, its entries named so that byte order differs from any caseless or locale order,
@@ -42,10 +48,10 @@ TEST(FolderItemTest, TrueItemListsInByteOrderOfEveryKindAndCountFollowsChanges) 
   TempFolder dir;
   // Each entry as made: f a file, d a folder, > a link to the folder 10, ? a link to nothing.
   const std::tuple<std::string, char, const char*> rows[] = {
-      {".hidden", 'f', "Document"},       {"10", 'd', "Folder"},          {"9", 'f', "Document"},
-      {"File.app", 'f', "Document"},      {"Kit.bundle", 'd', "Package"}, {"Link", '>', "Alias"},
-      {"Shared.APP", 'd', "Application"}, {"_", 'f', "Document"},         {"link", '?', "Alias"},
-      {"x.application", 'd', "Folder"},   {"\xC3\xA9", 'f', "Document"}};
+      {".app", 'd', "Folder"}, {".hidden", 'f', "Document"},       {"10", 'd', "Folder"},
+      {"9", 'f', "Document"},  {"File.app", 'f', "Document"},      {"K.framework", 'd', "Package"},
+      {"Link", '>', "Alias"},  {"Shared.APP", 'd', "Application"}, {"_", 'f', "Document"},
+      {"link", '?', "Alias"},  {"x.apple", 'd', "Folder"},         {"\xC3\xA9", 'f', "Document"}};
   for (const auto& [name, made, kind] : rows) {
     if (made == 'f') WriteFile(dir / name, "");
     if (made == 'd') fs::create_directory(dir / name);
@@ -72,6 +78,25 @@ TEST(FolderItemTest, TrueItemListsInByteOrderOfEveryKindAndCountFollowsChanges) 
   fs::remove(dir / "_");
   usleep((FolderItem::kRecheckMilliseconds + 1) * 1000);
   EXPECT_EQ(folder->Count(), std::ssize(rows) - 1);
+  // A change within the tick of the clock that stamps folders leaves the stamp as it was: a
+  // listing younger than that granularity is taken again once a second has passed.
+  const auto stamp = [&dir] {
+    struct stat st {};
+    stat(dir.path.c_str(), &st);
+    return std::tuple(st.st_mtim.tv_sec, st.st_mtim.tv_nsec, st.st_ctim.tv_sec, st.st_ctim.tv_nsec);
+  };
+  Ref<FolderItem> fresh;
+  for (int i = 0, stamp_kept = 0; i < 50 && !stamp_kept; ++i) {  // tries till one tick holds both
+    WriteFile(dir / "a" + std::to_string(i), "");
+    fresh = Item(dir.path);
+    fresh->Count();
+    const auto listed = stamp();
+    WriteFile(dir / "b" + std::to_string(i), "");
+    stamp_kept = stamp() == listed;
+  }
+  const int32_t count = fresh->Count();
+  usleep(1'100'000);
+  EXPECT_EQ(fresh->Count(), count + 1);
 }
 
 TEST(FolderItemTest, ItemsDeeperThanPathMaxWorkThroughFewDescriptors) {
@@ -191,8 +216,13 @@ TEST(ShellTest, ShellsReadEveryShellPathBackAsOneWordAndExecuteGivesTheExitStatu
   }
   EXPECT_FALSE(fs::exists(dir / "X")) << "a shell ran part of a path";
   unsetenv("QUELLMARK_SCRIPT");
-  shell.Execute("exit 3");
-  EXPECT_EQ(shell.ErrorCode(), 3);
+  // A command holding a NUL is not run, rather than run cut short.
+  const std::pair<std::string, int32_t> rows[] = {{"exit 3", 3},
+                                                  {std::string("true\0; exit 3", 13), -1}};
+  for (const auto& [command, status] : rows) {
+    shell.Execute(String(command));
+    EXPECT_EQ(shell.ErrorCode(), status);
+  }
 }
 
 }  // namespace
