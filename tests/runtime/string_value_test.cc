@@ -54,6 +54,8 @@ TEST(StringSearch, InStrCountFieldsNthFieldAndEqualityAgreeWithAPlainScanInLinea
       ASSERT_EQ(NthField(s, f, n).Bytes(), field) << n;
     }
   }
+  // Borders that nest: after "aaab" fails at its "b", the match resumes from "aa", not from "a".
+  EXPECT_EQ(InStr(0, "aaabaabbaaaabb", "AAABB"), 10);
   // A search that restarts at every partial match would compare some 10^12 bytes here.
   const String run(std::string(4000000, 'A')), needle(std::string(200000, 'a') + "b");
   EXPECT_EQ(InStr(0, run + needle, needle), 4000001);
