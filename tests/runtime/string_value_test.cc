@@ -78,13 +78,13 @@ TEST(StringLength, CountsOnlyWellFormedUtf8AsOneCharacter) {
     length[lead][0x80 | (c >> (6 * (n - 2)) & 0x3F)] = n;
   }
   // How many characters four bytes hold, the last two continuation bytes.
-  const auto characters = [&](int lead, int second) {
+  const auto characters = [&](uint32_t lead, uint32_t second) {
     if (length[lead][second] != 0) return 1 + 4 - length[lead][second];
     const int next = length[second][0x80];
     return 1 + (next != 0 && next <= 3 ? 1 + 3 - next : 3);
   };
-  for (int lead = 0; lead < 256; ++lead) {
-    for (int second = 0; second < 256; ++second) {
+  for (uint32_t lead = 0; lead < 256; ++lead) {
+    for (uint32_t second = 0; second < 256; ++second) {
       const std::string s{static_cast<char>(lead), static_cast<char>(second), '\x80', '\x80'};
       ASSERT_EQ(std::pair(Len(String(s)), Len(String(s.substr(0, 2)))),
                 std::pair(characters(lead, second), length[lead][second] == 2 ? 1 : 2))
