@@ -37,6 +37,7 @@ TEST(TagIndexTest, AnswersAsGetXMLValueForKeysSharingASlotAndTagsSharingAStart) 
       {{"@@@", "@@`", "@`@", "@``", "`@@", "`@`", "``@", "```"}, ""}};
   for (const std::string& key : rows[0].first)
     rows[0].second += "<" + key + ">" + key + "</" + key + ">";
+  rows.push_back({{"/a"}, "</a>v<//a>"});  // a key starting with "/": its opening tag closes "a"
   for (int byte = 1; byte < 256; ++byte) {
     if (byte == '<' || byte == '>') continue;  // such keys are not indexed, and have no number
     const std::string k = "k", longer = k + static_cast<char>(byte);
