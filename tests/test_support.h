@@ -17,6 +17,12 @@
 
 namespace quellmark {
 
+// A folder every user may pass through, for files that a test's unprivileged user must reach
+// wherever the clone lies: in memory when the system offers it.
+inline std::filesystem::path SharedScratch() {
+  return std::filesystem::is_directory("/dev/shm") ? "/dev/shm" : "/tmp";
+}
+
 // A fresh folder under parent (the temporary folder by default), removed with everything in it.
 struct TempFolder {
   explicit TempFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path())

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <iomanip>
+#include <limits>
 #include <string>
 #include <tuple>
 
@@ -34,9 +35,10 @@ class RingTime : public ::testing::Test {
  protected:
   ~RingTime() override { GlobalMethods::iRingOffset = 0; }
 
-  // The answer at moment with the clock standing there too; asking with nil must agree.
-  bool Rings(const AlarmItem& alarm, int64_t moment, bool date_only = false) {
-    env_.now = moment;
+  // The answer at moment with the clock standing there too (or, comparing dates only, at clock
+  // when given); asking with nil must agree.
+  bool Rings(const AlarmItem& alarm, int64_t moment, bool date_only = false, int64_t clock = -1) {
+    env_.now = clock < 0 ? moment : clock;
     const Date given = Date::FromTotalSeconds(static_cast<double>(moment));
     const bool answer = alarm.isRingTime(&given, date_only);
     EXPECT_EQ(alarm.isRingTime(nullptr, date_only), answer) << "nil now at " << moment;
@@ -46,14 +48,15 @@ class RingTime : public ::testing::Test {
   // Every day of four years (a leap year; Decembers, whose month walk goes through January and
   // back through month 0) against rings_on(day), the C library's answer: on such a day the alarm
   // rings through its minute and not a second either side, and at any time when only the date
-  // is compared.
+  // is compared, whatever the time of day the clock shows.
   void ExpectRingsOnDays(const AlarmItem& alarm, const std::string& what, const auto& rings_on) {
     for (int64_t day = At(2024, 1, 1); day < At(2028, 1, 1); day += kDay) {
       const std::tm t = Civil(day);
       const bool rings = rings_on(t);
       const int64_t at = day + alarm.dHour * 3600 + alarm.dMinute * 60;
       ASSERT_EQ((std::array{Rings(alarm, at + 59), Rings(alarm, at - 1), Rings(alarm, at + 60),
-                            Rings(alarm, day, true), Rings(alarm, day + kDay - 1, true)}),
+                            Rings(alarm, day, true, day + kDay - 1),
+                            Rings(alarm, day + kDay - 1, true, day)}),
                 (std::array{rings, false, false, rings, rings}))
           << std::put_time(&t, "%F ") << what;
     }
@@ -135,16 +138,26 @@ TEST_F(RingTime, TimerRingsFromTheSecondItsCountdownEndsNotFromAWholeMinute) {
               (std::array{false, true, true, true}))
         << h << ":" << m << ":" << s << " offset " << offset;
   }
+  alarm.mLastRung = std::numeric_limits<double>::quiet_NaN();  // a due time that never compares
+  EXPECT_TRUE(Rings(alarm, last));
 }
 
 TEST_F(RingTime, OffsetRingsItsMinutesEarlyButFromThe31stNotIntoTheNextMonth) {
   AlarmItem daily, first_saturday;  // 1 February and 1 March 2025 are Saturdays
   daily.dMinute = first_saturday.dMinute = 3, first_saturday.dAlarmFormat = "monthly";
   first_saturday.dMonthlyWeekday->Set(6, true), first_saturday.dMonthlyWeekNum->Set(0, true);
+  AlarmItem hourly, first_wednesday;  // 1 January 2025 is a Wednesday
+  hourly.dAlarmFormat = "hourly", hourly.dHourlyMinute = 3;
+  first_wednesday.dMinute = 3, first_wednesday.dAlarmFormat = "monthly";
+  first_wednesday.dMonthlyWeekday->Set(3, true), first_wednesday.dMonthlyWeekNum->Set(0, true);
   GlobalMethods::iRingOffset = 5;
-  // The whole minute five minutes early rings, also when that is the evening before.
+  // The whole minute five minutes early rings, also when that is the evening before, or the
+  // last evening of the year before.
   for (int64_t s = -1; s <= 60; ++s) {
-    EXPECT_EQ(Rings(daily, At(2025, 6, 17, 23, 58) + s), s >= 0 && s < 60) << s;
+    for (const AlarmItem* alarm : {&daily, &hourly}) {
+      EXPECT_EQ(Rings(*alarm, At(2025, 6, 17, 23, 58) + s), s >= 0 && s < 60) << s;
+    }
+    EXPECT_EQ(Rings(first_wednesday, At(2024, 12, 31, 23, 58) + s), s >= 0 && s < 60) << s;
   }
   // The target's month is set while it still holds today's day number, so on 31 January it rolls
   // into March and 1 February 00:03 is never found; alarms have always stayed silent there.

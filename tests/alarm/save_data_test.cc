@@ -97,16 +97,20 @@ TEST(SaveDataTest, ATimerCountsFromTheClockShiftedByTheRingOffset) {
 }
 
 // Whatever the bytes, nothing throws and the block reads as the plain tag lookup reads it: tags
-// in any case, the first element of each, each flag from its own element only.
+// in any case, the first element of each, each flag from its own element only, the last ones
+// of both lists too.
 TEST(SaveDataTest, AnyBytesReadAsTheTagLookupReadsThem) {
   const String pieces(
-      "<dHour>|</DHOUR>|<mEnabled>|</menabled>|<dMonthlyWeekday-1>|"
-      "</dMonthlyWeekday-1>|<dMonthlyWeekday-10>|</dMonthlyWeekday-10>|True|7|<|>");
+      "<dHour>|</DHOUR>|<mEnabled>|</menabled>|<dMonthlyWeekday-1>|</dMonthlyWeekday-1>|"
+      "<dMonthlyWeekday-10>|</dMonthlyWeekday-10>|<dMonthlyWeekday-6>|</dMonthlyWeekday-6>|"
+      "<dMonthlyWeekNum-0>|</dMonthlyWeekNum-0>|<dMonthlyWeekNum-4>|</dMonthlyWeekNum-4>|"
+      "True|7|<|>");
+  const auto piece_count = static_cast<uint32_t>(CountFields(pieces, "|"));
   std::mt19937 random(7);
   for (int n = 0; n < 5000; ++n) {
     std::string bytes;
     while (random() % 20 != 0) {
-      const int32_t piece = static_cast<int32_t>(random() % 13);  // 0: a random byte
+      const auto piece = static_cast<int32_t>(random() % (piece_count + 1));  // 0: a random byte
       bytes += piece == 0 ? std::string(1, static_cast<char>(random()))
                           : NthField(pieces, "|", piece).Bytes();
     }
@@ -116,9 +120,13 @@ TEST(SaveDataTest, AnyBytesReadAsTheTagLookupReadsThem) {
     const auto value = [&](const char* tag) { return GlobalMethods::GetXMLValue(block, tag); };
     EXPECT_EQ(item.dHour, DoubleToInt32(Val(VariantToString(value("dHour"))))) << bytes;
     EXPECT_EQ(item.mEnabled, VariantToBoolean(value("mEnabled"))) << bytes;
-    EXPECT_EQ(PropertyText(item, *FindAlarmProperty("dMonthlyWeekday")),
-              VariantToBoolean(value("dMonthlyWeekday-1")) ? "0100000" : "0000000")
-        << bytes;
+    for (const std::string list : {"dMonthlyWeekday", "dMonthlyWeekNum"}) {
+      std::string flags = PropertyText(AlarmItem(), *FindAlarmProperty(list));
+      for (size_t i = 0; i < flags.size(); ++i) {
+        flags[i] = VariantToBoolean(value((list + "-" + std::to_string(i)).c_str())) ? '1' : '0';
+      }
+      EXPECT_EQ(PropertyText(item, *FindAlarmProperty(list)), flags) << list << " in " << bytes;
+    }
   }
 }
 

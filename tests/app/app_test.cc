@@ -9,6 +9,7 @@
 #include <tuple>
 #include <vector>
 
+#include "alarm/ring_offset.h"
 #include "fake_env.h"
 #include "test_support.h"
 
@@ -89,6 +90,11 @@ TEST(AppRunTest, ChecksPreferencesThenTolvaneThenAlarmsAndLogsOnlyTheFirstFailur
   const std::string alarms =
       "<new-alarms>X<item><dAlarmFormat>timer</dAlarmFormat></item>Y<item><dAlarmFormat>timer"
       "</dAlarmFormat><mEnabled>True</mEnabled></item></new-alarms>";
+  // The same, but the second alarm rings ten minutes after now's minute, the 33rd of the hour.
+  const std::string offset_alarms =
+      "<iRingOffset>10</iRingOffset><new-alarms><item><dAlarmFormat>timer</dAlarmFormat></item>"
+      "<item><dAlarmFormat>hourly</dAlarmFormat><dHourlyMinute>43</dHourlyMinute><mEnabled>True"
+      "</mEnabled></item></new-alarms>";
   // The preferences file ("/": a folder in its place), what the Applications folder holds ('d':
   // a folder named Tolvane.app, 'f': a file so named), and the one message logged (nullptr:
   // Tolvane was launched). With no Tolvane to find, a search made out of turn would change it.
@@ -99,7 +105,9 @@ TEST(AppRunTest, ChecksPreferencesThenTolvaneThenAlarmsAndLogsOnlyTheFirstFailur
       {"no alarms and a file named like Tolvane", "<settings/>", 'f', kNoApplicationMessage},
       {"no alarms, Tolvane found by the search", "<settings/>", 'd', kNoAlarmsMessage},
       {"alarms outside the settings", alarms + settings + "</settings>", ' ', kNoAlarmsMessage},
-      {"a ringing alarm at the saved location", settings + alarms + "</settings>", ' ', nullptr}};
+      {"a ringing alarm at the saved location", settings + alarms + "</settings>", ' ', nullptr},
+      {"an alarm ringing by the ring offset", settings + offset_alarms + "</settings>", ' ',
+       nullptr}};
   for (const auto& [what, preferences, tolvane, message] : rows) {
     TempFolder row;
     FakeEnv env;
@@ -123,6 +131,7 @@ TEST(AppRunTest, ChecksPreferencesThenTolvaneThenAlarmsAndLogsOnlyTheFirstFailur
     EXPECT_EQ(std::tuple(app.alarmArray.UBound(), app.alarmArray.Get(0)->mEnabled, env.now),
               std::tuple(1, false, kNow));
   }
+  GlobalMethods::iRingOffset = 0;
 }
 
 }  // namespace

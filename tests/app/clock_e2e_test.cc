@@ -42,7 +42,7 @@ void StartFaked(Sandbox& s, const std::string& env) {
 
 class ClockTest : public testing::Test {
   void SetUp() override {
-    if (!fs::exists(kFaketime)) GTEST_SKIP() << kFaketime << " is missing";
+    if (!fs::exists(kFaketime)) GTEST_SKIP() << kFaketime << " is missing (package faketime)";
   }
 };
 

@@ -139,14 +139,26 @@ struct Outcome {
   long max_rss_kb = 0;  // the child's peak resident set
 };
 
+// Whether user nobody can pass through the folder the sandboxes are made in; a run as nobody
+// needs it, since that user must reach the sandbox and the copy of the binary in it.
+inline bool NobodyReachesSandboxes() {
+  static const bool reaches =
+      std::system(
+          ("setpriv --reuid=65534 --regid=65534 --clear-groups test -x " + SharedScratch().string())
+              .c_str()) == 0;
+  return reaches;
+}
+inline constexpr const char* kNobodyCannotReach =
+    "user nobody cannot pass through the folder the sandboxes are made in";
+
 // A fresh folder, in memory when the system offers it (a hundred thousand files or a few hundred
 // megabytes are then made in a moment), holding home, config (the preferences folder) and bin
 // (the stand-in `open`); it is also the service's working folder. Removed, with any service still
 // running killed, when the sandbox goes. Its path, like the binary's, goes into command lines as it
 // is, so neither may hold blanks or quotes.
 class Sandbox {
-  const fs::path parent_ = fs::is_directory("/dev/shm") ? "/dev/shm" : fs::temp_directory_path();
-  TempFolder scratch_{parent_};
+  TempFolder scratch_{SharedScratch()};
+  std::string binary_ = QUELLMARK_BINARY;
   // An instrumented binary's coverage counters, when $QUELLMARK_E2E_COUNTERS asks for them: a
   // run writes them outside the sandbox, into a folder any user may write, kept there once it ends.
   std::optional<TempFolder> counters_;
@@ -186,10 +198,14 @@ class Sandbox {
     return root / "tree";
   }
 
-  // The service runs as nobody, so that permissions bite (needs root, and comes after UseTree);
-  // the sandbox is opened to nobody, and the stand-in can still record in it.
+  // The service runs as nobody, so that permissions bite (needs root and NobodyReachesSandboxes,
+  // and comes after UseTree); the sandbox is opened to nobody, and the stand-in can still record
+  // in it. The binary runs from a copy in the sandbox: the build folder may lie where only its
+  // owner may enter, and a tracer run as nobody must be able to look at it.
   void RunAsNobody() {
     fs::permissions(root, fs::perms::all);
+    fs::copy_file(binary_, root / "bin/quellmark");
+    binary_ = (root / "bin/quellmark").string();
     wrapper += "setpriv --reuid=65534 --regid=65534 --clear-groups ";
   }
 
@@ -207,7 +223,7 @@ class Sandbox {
     const std::string r = root.string();
     std::string counting;
     if (std::getenv("QUELLMARK_E2E_COUNTERS") != nullptr) {
-      counters_.emplace(parent_);
+      counters_.emplace(SharedScratch());
       fs::permissions(counters_->path, fs::perms::all);
       counting = " GCOV_PREFIX=" + counters_->path;
     }
@@ -215,7 +231,7 @@ class Sandbox {
                 {"/bin/sh", "-c",
                  "cd " + r + " && exec env -i HOME=" + r + "/home XDG_CONFIG_HOME=" + r +
                      "/config PATH=" + r + "/bin:/usr/bin:/bin TZ=UTC" + counting + " " + wrapper +
-                     QUELLMARK_BINARY " \"$@\" </dev/null >/dev/null 2>stderr",
+                     binary_ + " \"$@\" </dev/null >/dev/null 2>stderr",
                  "sh"});
     std::vector<char*> argv;
     for (auto& text : args) argv.push_back(text.data());

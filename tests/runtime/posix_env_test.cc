@@ -1,16 +1,20 @@
 #include "runtime/posix_env.h"
 
+#include <signal.h>
+#include <sys/time.h>
 #include <syslog.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <functional>
 #include <stdexcept>
 #include <tuple>
 #include <vector>
 
 #include "runtime/application.h"
+#include "runtime/env.h"
 #include "runtime/exceptions.h"
 #include "runtime/system_calls.h"
 
@@ -57,6 +61,20 @@ TEST(PosixEnvTest, ServiceMessagesAtLevel1007AreLoggedAtNoticeAndLevelsBelowFrom
   for (const auto& [level, priority] : rows) EXPECT_EQ(SyslogPriorityForLevel(level), priority);
 }
 
+// A timer's signals, caught by a handler that lets them interrupt calls, do not cut a wait short.
+TEST(PosixEnvTest, SleepLastsItsWholeTimeThroughSignals) {
+  struct sigaction action = {}, previous = {};
+  action.sa_handler = [](int) {};
+  ASSERT_EQ(sigaction(SIGALRM, &action, &previous), 0);
+  const itimerval every_20ms{{0, 20000}, {0, 20000}}, stopped{};
+  setitimer(ITIMER_REAL, &every_20ms, nullptr);
+  const auto start = std::chrono::steady_clock::now();
+  PosixEnvironment().SleepForMilliseconds(1000);  // the service's own wait
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000));
+  setitimer(ITIMER_REAL, &stopped, nullptr);
+  sigaction(SIGALRM, &previous, nullptr);
+}
+
 // A service whose Run is the test's function.
 class Service final : public ServiceApplication {
  public:
@@ -82,7 +100,7 @@ TEST(ApplicationTest, RunGivesTheExitStatusAndAnEscapingExceptionOneLineAndStatu
   const std::pair<std::function<void()>, const char*> rows[] = {
       {[] { throw NilObjectException("FolderItem"); }, "NilObjectException: a member of a nil"},
       {[] { throw RuntimeException("plain"); }, "RuntimeException: plain"},
-      {[] { throw std::runtime_error("disk\nfull"); }, "disk full"},
+      {[] { throw std::runtime_error("disk\nfull\rnow"); }, "disk full now"},
       {[] { throw 42; }, "unknown"}};
   for (const auto& [raise, named] : rows) {
     const std::function<void()>& thrower = raise;  // a binding cannot be captured everywhere

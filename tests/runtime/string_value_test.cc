@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <random>
@@ -16,7 +17,8 @@ namespace quellmark {
 namespace {
 
 // Texts written as unit letters, where "e" and "E" stand for "\xC3\xA9" and "\xC3\x89" (é and
-// É); of all units only "a" and "A" fold together ("@" and "`" differ in the case bit too).
+// É); of all units only "a" and "A", and "z" and "Z", fold together ("@" and "`" differ in the
+// case bit too).
 std::string Utf8(const std::string& units) {
   std::string s;
   for (char u : units) s += u == 'e' ? "\xC3\xA9" : u == 'E' ? "\xC3\x89" : std::string(1, u);
@@ -27,12 +29,14 @@ TEST(StringSearch, InStrCountFieldsNthFieldAndEqualityAgreeWithAPlainScanInLinea
   std::mt19937 rng(4);
   for (int i = 0; i < 200000; ++i) {
     std::string source(rng() % 11, ' '), find(rng() % 4, ' ');
-    for (char& u : source) u = "aA@`eE"[rng() % 6];
-    for (char& u : find) u = "aA@`eE"[rng() % 6];
+    for (char& u : source) u = "aA@`eEzZ"[rng() % 8];
+    for (char& u : find) u = "aA@`eEzZ"[rng() % 8];
     const String s(Utf8(source)), f(Utf8(find));
     std::string folded_source = source, folded_find = find;
-    std::ranges::replace(folded_source, 'A', 'a');
-    std::ranges::replace(folded_find, 'A', 'a');
+    for (std::string* folded : {&folded_source, &folded_find}) {
+      std::ranges::replace(*folded, 'A', 'a');
+      std::ranges::replace(*folded, 'Z', 'z');
+    }
     auto next = [&](size_t from) {
       return find.empty() ? std::string::npos : folded_source.find(folded_find, from);
     };
@@ -51,6 +55,8 @@ TEST(StringSearch, InStrCountFieldsNthFieldAndEqualityAgreeWithAPlainScanInLinea
       ASSERT_EQ(NthField(s, f, n).Bytes(), field) << n;
     }
   }
+  // Borders that nest: after "aaab" fails at its "b", the match resumes from "aa", not from "a".
+  EXPECT_EQ(InStr(0, "aaabaabbaaaabb", "AAABB"), 10);
   // A search that restarts at every partial match would compare some 10^12 bytes here.
   const String run(std::string(4000000, 'A')), needle(std::string(200000, 'a') + "b");
   EXPECT_EQ(InStr(0, run + needle, needle), 4000001);
@@ -74,6 +80,33 @@ TEST(StringPieces, LeftAndRightTakeWholeCharactersFromEitherEnd) {
   for (const auto& [n, left, right] : rows) {
     EXPECT_EQ(Left(text, n).Bytes(), left) << n;
     EXPECT_EQ(Right(text, n).Bytes(), right) << n;
+  }
+}
+
+// Which first two bytes begin a character of UTF-8, and of what length, from encoding every
+// scalar value; with continuation bytes after them, any other lead stands alone, and so does a
+// lead whose character is cut short.
+TEST(StringLength, CountsOnlyWellFormedUtf8AsOneCharacter) {
+  std::vector<std::array<int, 256>> length(256);  // by first and second byte; 0 for no start
+  for (uint32_t c = 0x80; c <= 0x10FFFF; ++c) {
+    if (c >= 0xD800 && c <= 0xDFFF) continue;
+    const int n = c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+    const auto lead = (0xF00u >> n & 0xF0u) | c >> (6 * (n - 1));
+    length[lead][0x80 | (c >> (6 * (n - 2)) & 0x3F)] = n;
+  }
+  // How many characters four bytes hold, the last two continuation bytes.
+  const auto characters = [&](uint32_t lead, uint32_t second) {
+    if (length[lead][second] != 0) return 1 + 4 - length[lead][second];
+    const int next = length[second][0x80];
+    return 1 + (next != 0 && next <= 3 ? 1 + 3 - next : 3);
+  };
+  for (uint32_t lead = 0; lead < 256; ++lead) {
+    for (uint32_t second = 0; second < 256; ++second) {
+      const std::string s{static_cast<char>(lead), static_cast<char>(second), '\x80', '\x80'};
+      ASSERT_EQ(std::pair(Len(String(s)), Len(String(s.substr(0, 2)))),
+                std::pair(characters(lead, second), length[lead][second] == 2 ? 1 : 2))
+          << std::hex << lead << " " << second;
+    }
   }
 }
 
