@@ -3,15 +3,12 @@
 // zone, the preferences file read, a skipped moment) and the exit statuses 0 (launch), 1 (quit),
 // 2 (usage) and 70 (an unexpected failure).
 
-#include <sys/wait.h>
-
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "app/service_sandbox.h"
-#include "forecast/options.h"
 
 namespace quellmark::e2e {
 namespace {
@@ -23,7 +20,7 @@ struct NextRun {
 
 // Runs the binary with args (no single quotes in them) in a bare environment: TZ=zone and,
 // unless homeless, a home and a preferences folder under root. prefix goes before the command,
-// e.g. to run as another user.
+// e.g. to run as another user. The shell writes the exit status after what the binary prints.
 NextRun RunNext(const fs::path& root, const std::vector<std::string>& args, const std::string& zone,
                 const std::string& prefix = "", bool homeless = false) {
   const std::string r = root.string();
@@ -31,14 +28,10 @@ NextRun RunNext(const fs::path& root, const std::vector<std::string>& args, cons
                         (homeless ? "" : " HOME=" + r + "/home XDG_CONFIG_HOME=" + r + "/config") +
                         " " QUELLMARK_NEXT_BINARY;
   for (const std::string& arg : args) command += " '" + arg + "'";
-  NextRun run;
-  FILE* pipe = popen((command + " 2>stderr").c_str(), "r");
-  for (int c = 0; pipe != nullptr && (c = std::fgetc(pipe)) != EOF;)
-    run.out += static_cast<char>(c);
-  const int status = pipe != nullptr ? pclose(pipe) : -1;
-  run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  run.err = ReadWhole(root / "stderr");
-  return run;
+  const std::string out = Output(command + " 2>stderr; echo \" $?\"");
+  const size_t status_at = out.rfind(' ');
+  return {std::stoi(out.substr(status_at + 1)), out.substr(0, status_at),
+          ReadWhole(root / "stderr")};
 }
 
 class NextEndToEndTest : public ::testing::Test {
