@@ -73,7 +73,7 @@ TEST(ScheduleWordsTest, SaysEveryFormatAndEveryOddFieldPlainly) {
       // Text is read by Val; only emptiness means "every".
       {{.year = " 2026.7abc", .month = "12.9", .day = "24"}, "on 24 December 2026 at 00:00"},
       // Monthly: weekday k is DayOfWeek k + 1, Sunday first; week n counts from the end with
-      // dMonthlyToLast; dMonthlyMonth counts only strictly between 0 and 13, by its whole part.
+      // dMonthlyToLast; dMonthlyMonth counts only strictly between 0 and 13, truncated.
       {{.format = "monthly", .hour = 7, .minute = 30, .weekdays = "0100000", .weeks = "10100"},
        "first and third Monday of every month at 07:30"},
       {{.format = "MONTHLY", .weekdays = "0000010", .weeks = "01000", .monthly_month = "3.9"},
