@@ -1,5 +1,5 @@
 // The command line: every accepted form, every usage error as one line naming what is wrong,
-// and moments against timegm.
+// and moments against gmtime.
 
 #include "forecast/options.h"
 
@@ -10,19 +10,18 @@
 #include <string>
 #include <vector>
 
+#include "forecast/report.h"
+
 namespace quellmark::forecast {
 namespace {
 
 using Args = std::vector<std::string>;
 
-constexpr int64_t kUnixToWall = 2082844800;  // 1904-01-01 to 1970-01-01, in seconds
-
 TEST(OptionsTest, AcceptsEachOptionAloneTogetherAndWithAnEqualsSign) {
   const auto parse = [](const Args& args) { return std::get<Options>(ParseOptions(args)); };
   const Options defaults = parse({});
-  EXPECT_EQ(defaults.at_wall_seconds, std::nullopt);
-  EXPECT_EQ(defaults.horizon_days, 366);
-  EXPECT_EQ(defaults.preferences_file, std::nullopt);
+  EXPECT_EQ(std::tuple(defaults.at_wall_seconds, defaults.horizon_days, defaults.preferences_file),
+            std::tuple(std::nullopt, 366, std::nullopt));
   EXPECT_FALSE(defaults.json || defaults.help || defaults.version);
 
   for (const Args& args :
@@ -31,48 +30,35 @@ TEST(OptionsTest, AcceptsEachOptionAloneTogetherAndWithAnEqualsSign) {
     const Options options = parse(args);
     EXPECT_EQ(options.at_wall_seconds, ParseMoment("2026-11-23 07:30:00"));
     EXPECT_EQ(options.at_text, "2026-11-23 07:30");
-    EXPECT_EQ(options.horizon_days, 3660);
-    EXPECT_EQ(options.preferences_file, "--json");
-    EXPECT_TRUE(options.json);
+    EXPECT_EQ(std::tuple(options.horizon_days, options.preferences_file, options.json),
+              std::tuple(3660, "--json", true));
   }
   EXPECT_EQ(parse({"--horizon", "1"}).horizon_days, 1);
   EXPECT_EQ(parse({"--horizon", "0366"}).horizon_days, 366);
-  EXPECT_TRUE(parse({"--help"}).help);
+  EXPECT_TRUE(parse({"--help"}).help && !parse({"--help"}).version);
   EXPECT_TRUE(parse({"--version", "--json"}).version);
 }
 
 TEST(OptionsTest, EveryUsageErrorIsOneLineNamingTheOptionOrValue) {
+  const std::string days = " is not a whole number of days from 1 to 3660";
   const struct {
     Args args;
     std::string message;
   } rows[] = {
       {{"now"}, "unexpected argument 'now'"},
-      {{"--json", "-j"}, "unexpected argument '-j'"},
       {{"--"}, "unexpected argument '--'"},
-      {{"--jsonx"}, "unknown option '--jsonx'"},
-      {{"--At", "2026-11-23 07:30"}, "unknown option '--At'"},
       {{"--bad\nname"}, "unknown option '--bad\\nname'"},
-      {{"--json=yes"}, "--json takes no value"},
       {{"--help="}, "--help takes no value"},
       {{"--json", "--json"}, "--json is given twice"},
       {{"--horizon", "5", "--horizon=6"}, "--horizon is given twice"},
-      {{"--at"}, "--at needs a value"},
       {{"--json", "--horizon"}, "--horizon needs a value"},
-      {{"--preferences"}, "--preferences needs a value"},
       {{"--preferences="}, "--preferences: the file name is empty"},
-      {{"--horizon", "0"}, "--horizon: '0' is not a whole number of days from 1 to 3660"},
-      {{"--horizon", "3661"}, "--horizon: '3661' is not a whole number of days from 1 to 3660"},
-      {{"--horizon", "-1"}, "--horizon: '-1' is not a whole number of days from 1 to 3660"},
-      {{"--horizon", "1.5"}, "--horizon: '1.5' is not a whole number of days from 1 to 3660"},
-      {{"--horizon", " 5"}, "--horizon: ' 5' is not a whole number of days from 1 to 3660"},
-      {{"--horizon="}, "--horizon: '' is not a whole number of days from 1 to 3660"},
-      {{"--horizon", "00001"}, "--horizon: '00001' is not a whole number of days from 1 to 3660"},
+      {{"--horizon", "0"}, "--horizon: '0'" + days},
+      {{"--horizon", "3661"}, "--horizon: '3661'" + days},
+      {{"--horizon", "-1"}, "--horizon: '-1'" + days},
+      {{"--horizon", "00001"}, "--horizon: '00001'" + days},
       {{"--at", "2026-02-29 07:30"},
        "--at: '2026-02-29 07:30' is not a moment 'YYYY-MM-DD HH:MM[:SS]'"},
-      {{"--at", "tomorrow\r"}, "--at: 'tomorrow\\r' is not a moment 'YYYY-MM-DD HH:MM[:SS]'"},
-      // The first error is the one named.
-      {{"--horizon", "0", "--jsonx"},
-       "--horizon: '0' is not a whole number of days from 1 to 3660"},
   };
   for (const auto& row : rows) {
     const auto parsed = ParseOptions(row.args);
@@ -82,48 +68,31 @@ TEST(OptionsTest, EveryUsageErrorIsOneLineNamingTheOptionOrValue) {
   }
 }
 
-TEST(OptionsTest, MomentsAreExactlyValidLocalDateTimesAsTimegmCountsThem) {
-  std::mt19937 random(7);
+// Random moments from 1897 to 2169 (wall-clock seconds before 1904 included) as gmtime writes
+// them: ParseMoment reads each as timegm counts it, and the reports' LocalDateTime writes it back.
+TEST(OptionsTest, MomentsAreExactlyValidLocalDateTimesAsGmtimeWritesThem) {
+  constexpr int64_t kUnixToWall = 2082844800;  // 1904-01-01 to 1970-01-01, in seconds
+  std::mt19937_64 random(7);
+  std::uniform_int_distribution<int64_t> unix_seconds(-2300000000, 6300000000);
   for (int i = 0; i < 20000; ++i) {
-    const int64_t unix = static_cast<int64_t>(random() % 8000000000U) - 2000000000;
-    const time_t t = unix;
+    const time_t unix = unix_seconds(random);
     std::tm fields{};
-    gmtime_r(&t, &fields);
-    if (fields.tm_year + 1900 < 0 || fields.tm_year + 1900 > 9999) continue;
+    gmtime_r(&unix, &fields);
     char text[32];
     std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &fields);
     ASSERT_EQ(ParseMoment(text), unix + kUnixToWall) << text;
+    ASSERT_EQ(LocalDateTime(unix + kUnixToWall, ' '), text);
     text[16] = '\0';  // without seconds
     ASSERT_EQ(ParseMoment(text), unix - fields.tm_sec + kUnixToWall) << text;
   }
-  for (const char* bad : {"",
-                          "2026-11-23",
-                          "2026-11-23 7:30",
-                          "2026-11-23 07:30:",
-                          "2026-11-23 07:30:5",
-                          "2026-11-23T07:30",
-                          "2026/11/23 07:30",
-                          "2026-11-23 07.30",
-                          "2026-11-23  07:30",
-                          "26-11-23 07:30:00",
-                          "+2026-11-23 07:30",
-                          "2026-11-23 07:30 ",
-                          "2026-1a-23 07:30",
-                          "2026-00-10 07:30",
-                          "2026-13-10 07:30",
-                          "2026-11-00 07:30",
-                          "2026-11-31 07:30",
-                          "2025-02-29 07:30",
-                          "2100-02-29 07:30",
-                          "2026-11-23 24:00",
-                          "2026-11-23 07:60",
-                          "2026-11-23 07:30:60",
-                          "2026-11-23 -7:30"}) {
+  EXPECT_EQ(ParseMoment("2000-02-29 00:00"), ParseMoment("2000-03-01 00:00").value() - 86400);
+  for (const char* bad :
+       {"", "2026-11-23 07:30:5", "2026-11-23T07:30", "2026/11/23 07:30", "2026-11-23 07.30",
+        "2026-11-23 07:30x05", "2026-1a-23 07:30", "2026-11-23 -7:30", "2026-00-10 07:30",
+        "2026-13-10 07:30", "2026-11-00 07:30", "2026-11-31 07:30", "2100-02-29 07:30",
+        "2026-11-23 24:00", "2026-11-23 07:60", "2026-11-23 07:30:60"}) {
     EXPECT_EQ(ParseMoment(bad), std::nullopt) << bad;
   }
-  EXPECT_EQ(ParseMoment("2024-02-29 23:59:59"), ParseMoment("2024-03-01 00:00").value() - 1);
-  EXPECT_EQ(ParseMoment("2000-02-29 00:00"), ParseMoment("2000-03-01 00:00").value() - 86400);
-  EXPECT_EQ(ParseMoment("1904-01-01 00:00"), 0);
 }
 
 }  // namespace
