@@ -21,6 +21,7 @@
 #include <ctime>
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 #include "alarm/ring_offset.h"
@@ -267,14 +268,18 @@ Forecast Predict(const Request& request) {
   env.wall = forecast.start.wall_seconds;
   App app;
   const char* message = app.Load(PreferencesFileAsked(request));
+  // Compared as text: the same literal need not have one address in every translation unit.
+  const auto says = [message](const char* text) {
+    return message != nullptr && std::string_view(message) == text;
+  };
   forecast.preferences_path = app.preferences_path;
-  if (message == kNoPreferencesMessage || message == kUnreadablePreferencesMessage) {
+  if (says(kNoPreferencesMessage) || says(kUnreadablePreferencesMessage)) {
     forecast.quit_message = message;
     return forecast;
   }
   forecast.ring_offset_minutes = GlobalMethods::iRingOffset;
   forecast.last_launch_seconds = app.dLastLaunch->TotalSeconds();
-  if (message == kNoApplicationMessage) {
+  if (says(kNoApplicationMessage)) {
     forecast.quit_message = message;
     return forecast;
   }

@@ -101,6 +101,18 @@ TEST(ForecastTest, StartUpAsTheServiceReadsIt) {
                          message ? forecast::Outcome::kQuit : forecast::Outcome::kWatch))
         << settings;
   }
+  // A quit for want of Tolvane has read the settings; one for want of the file has not.
+  std::filesystem::remove(folder / "Tolvane.app");
+  const forecast::Forecast no_tolvane = PredictFrom(folder, offset + alarm, 1'800'000'000);
+  EXPECT_EQ(std::tuple(no_tolvane.quit_message, no_tolvane.ring_offset_minutes,
+                       no_tolvane.tolvane == nullptr),
+            std::tuple(kNoApplicationMessage, -7, true));
+  forecast::Request missing;
+  missing.preferences_file = folder / "missing.xml";
+  const forecast::Forecast no_file = Predict(missing);
+  EXPECT_EQ(
+      std::tuple(no_file.quit_message, no_file.ring_offset_minutes, no_file.last_launch_seconds),
+      std::tuple(kNoPreferencesMessage, 0, 0.0));
   // No preferences folder: the service's exception, and the test's world left as it was.
   EXPECT_THROW(Predict({}), NilObjectException);
   EXPECT_EQ(&Env::Current(), &env);
