@@ -192,17 +192,27 @@ JsonObject JsonMoment(const Moment& moment) {
   return object;
 }
 
+// The JSON of the value, or null without one.
+std::string JsonOrNull(const std::optional<Moment>& moment) {
+  if (!moment) return "null";
+  return JsonMoment(*moment).Text();
+}
+
+std::string JsonOrNull(const std::optional<std::string>& text) {
+  if (!text) return "null";
+  return JsonString(*text);
+}
+
 std::string JsonAlarm(const AlarmForecast& alarm, size_t index, const Forecast& forecast) {
-  const std::optional<std::string> why_not = WhyNot(alarm, forecast);
   return JsonObject()  // GCOVR_EXCL_LINE: g++ counts the temporary on a line of its own
       .Add("index", std::to_string(index))
       .Add("name", JsonString(AlarmName(alarm)))
       .Add("format", JsonString(alarm.alarm->dAlarmFormat.Bytes()))
       .Add("schedule", JsonString(ScheduleWords(*alarm.alarm)))
       .Add("enabled", JsonBool(alarm.alarm->mEnabled))
-      .Add("next", alarm.next ? JsonMoment(*alarm.next).Text() : "null")
+      .Add("next", JsonOrNull(alarm.next))
       .Add("held_by_guard", JsonBool(alarm.held_by_guard))
-      .Add("why_not", why_not ? JsonString(*why_not) : "null")
+      .Add("why_not", JsonOrNull(WhyNot(alarm, forecast)))
       .Text();
 }
 
@@ -341,7 +351,7 @@ std::string JsonReport(const Forecast& forecast) {
              .Add("tolvane", JsonTolvane(forecast))
              .Add("outcome", JsonString(kOutcomes[static_cast<size_t>(forecast.outcome)]))
              // Only a quit has a message.
-             .Add("message", forecast.quit_message ? JsonString(*forecast.quit_message) : "null")
+             .Add("message", JsonOrNull(forecast.quit_message))
              .Add("launch", JsonLaunch(forecast))
              .Add("alarms", "[" + alarms + "]")
              .Text() +
