@@ -14,9 +14,8 @@ constexpr int64_t kEpochDays = calendar::DaysFromCivil(1904, 1, 1);
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
-// The decimal number of text[at, at + width) when those are all digits.
+// The decimal number of text[at, at + width) when those are all digits; the range lies in text.
 std::optional<int64_t> Digits(std::string_view text, size_t at, size_t width) {
-  if (at + width > text.size()) return std::nullopt;
   int64_t value = 0;
   for (size_t i = at; i < at + width; ++i) {
     if (!IsDigit(text[i])) return std::nullopt;
@@ -114,9 +113,8 @@ class Parser {
     return true;
   }
 
-  void Fail(std::string message) {
-    if (!error_) error_ = std::move(message);
-  }
+  // Parsing stops at the first error.
+  void Fail(std::string message) { error_ = std::move(message); }
 
   const std::vector<std::string>& args_;
   size_t next_ = 0;

@@ -64,8 +64,9 @@ std::string Padded(int64_t value) {
 
 std::string Number(int64_t value) { return std::to_string(value); }
 
-// "a", "a and b", "a, b and c".
-std::string ListWords(const std::vector<std::string>& items) {
+// "a", "a and b", "a, b and c"; none when there are no items.
+std::string ListWords(const std::vector<std::string>& items, const char* none) {
+  if (items.empty()) return none;
   std::string words;
   for (size_t i = 0; i < items.size(); ++i) {
     if (i > 0) words += i + 1 == items.size() ? " and " : ", ";
@@ -99,8 +100,8 @@ std::string TimeWords(int32_t hour, int32_t minute, OutOfRange& out_of_range) {
 
 std::string MonthWords(int32_t month, OutOfRange& out_of_range) {
   out_of_range.Check(month, 1, 12, "month");
-  return InRange(month, 1, 12) ? kMonthNames[static_cast<size_t>(month - 1)]
-                               : "month " + Number(month);
+  if (!InRange(month, 1, 12)) return "month " + Number(month);
+  return kMonthNames[static_cast<size_t>(month - 1)];
 }
 
 // "the 1st", "the 22nd"; a day outside 1 to 31 is "day 40".
@@ -120,21 +121,20 @@ std::string CalendarWords(const AlarmItem& alarm) {
   const std::optional<int32_t> year = DateField(alarm.dYear);
   const std::optional<int32_t> month = DateField(alarm.dMonth);
   const std::optional<int32_t> day = DateField(alarm.dDay);
-  const std::string month_words = month ? MonthWords(*month, out_of_range) : "";
-  const std::string year_words = year ? Number(*year) : "";
+  std::string month_words;
+  if (month) month_words = MonthWords(*month, out_of_range);
+  if (day) out_of_range.Check(*day, 1, 31, "day");
   std::string when;
-  if (day) {
-    out_of_range.Check(*day, 1, 31, "day");
-    if (month) {
-      when = "on " + Number(*day) + " " + month_words + (year ? " " + year_words : " every year");
-    } else {
-      when = "on " + OrdinalDay(*day) + " of every month" + (year ? " of " + year_words : "");
-    }
+  if (day && month) {
+    when = "on " + Number(*day) + " " + month_words + (year ? "" : " every year");
+  } else if (day) {
+    when = "on " + OrdinalDay(*day) + " of every month" + (year ? " of" : "");
   } else if (month) {
-    when = "every day of " + month_words + (year ? " " + year_words : "");
+    when = "every day of " + month_words;
   } else {
-    when = year ? "every day of " + year_words : "every day";
+    when = year ? "every day of" : "every day";
   }
+  if (year) when += " " + Number(*year);
   return out_of_range.NoteAfter(when + " at " +
                                 TimeWords(alarm.dHour, alarm.dMinute, out_of_range));
 }
@@ -158,9 +158,10 @@ std::string MonthlyWords(const AlarmItem& alarm) {
       ChosenNames(*alarm.dMonthlyWeekNum, alarm.dMonthlyToLast ? kFromEnd : kFromStart);
   const std::vector<std::string> weekdays = ChosenNames(*alarm.dMonthlyWeekday, kWeekdayNames);
   const std::optional<int32_t> month = MonthlyMonth(alarm.dMonthlyMonth);
-  const std::string words = (weeks.empty() ? "(no week)" : ListWords(weeks)) + " " +
-                            (weekdays.empty() ? "(no weekday)" : ListWords(weekdays)) + " of " +
-                            (month ? MonthWords(*month, out_of_range) : "every month") + " at " +
+  std::string month_words = "every month";
+  if (month) month_words = MonthWords(*month, out_of_range);
+  const std::string words = ListWords(weeks, "(no week)") + " " +
+                            ListWords(weekdays, "(no weekday)") + " of " + month_words + " at " +
                             TimeWords(alarm.dHour, alarm.dMinute, out_of_range);
   return out_of_range.NoteAfter(words);
 }

@@ -45,7 +45,7 @@ TEST(OptionsTest, EveryUsageErrorIsOneLineNamingTheOptionOrValue) {
     Args args;
     std::string message;
   } rows[] = {
-      {{"now"}, "unexpected argument 'now'"},
+      {{"now", "--bad"}, "unexpected argument 'now'"},
       {{"--"}, "unexpected argument '--'"},
       {{"--bad\nname"}, "unknown option '--bad\\nname'"},
       {{"--help="}, "--help takes no value"},
@@ -53,6 +53,7 @@ TEST(OptionsTest, EveryUsageErrorIsOneLineNamingTheOptionOrValue) {
       {{"--horizon", "5", "--horizon=6"}, "--horizon is given twice"},
       {{"--json", "--horizon"}, "--horizon needs a value"},
       {{"--preferences="}, "--preferences: the file name is empty"},
+      {{"--horizon="}, "--horizon: ''" + days},
       {{"--horizon", "0"}, "--horizon: '0'" + days},
       {{"--horizon", "3661"}, "--horizon: '3661'" + days},
       {{"--horizon", "-1"}, "--horizon: '-1'" + days},
@@ -88,9 +89,9 @@ TEST(OptionsTest, MomentsAreExactlyValidLocalDateTimesAsGmtimeWritesThem) {
   EXPECT_EQ(ParseMoment("2000-02-29 00:00"), ParseMoment("2000-03-01 00:00").value() - 86400);
   for (const char* bad :
        {"", "2026-11-23 07:30:5", "2026-11-23T07:30", "2026/11/23 07:30", "2026-11-23 07.30",
-        "2026-11-23 07:30x05", "2026-1a-23 07:30", "2026-11-23 -7:30", "2026-00-10 07:30",
-        "2026-13-10 07:30", "2026-11-00 07:30", "2026-11-31 07:30", "2100-02-29 07:30",
-        "2026-11-23 24:00", "2026-11-23 07:60", "2026-11-23 07:30:60"}) {
+        "2026-11-23 07:30x05", "2026-1a-23 07:30", "2o26-11-23 07:30", "2026-11-23 -7:30",
+        "2026-00-10 07:30", "2026-13-10 07:30", "2026-11-00 07:30", "2026-11-31 07:30",
+        "2100-02-29 07:30", "2026-11-23 24:00", "2026-11-23 07:60", "2026-11-23 07:30:60"}) {
     EXPECT_EQ(ParseMoment(bad), std::nullopt) << bad;
   }
 }

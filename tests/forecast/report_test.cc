@@ -166,20 +166,20 @@ Quellmark would launch Tolvane at 2026-11-23 10:20:00, in 20 min, for alarm 0 "W
 
   Forecast watch = Sample();
   watch.outcome = Outcome::kWatch;
-  watch.tolvane = nullptr;
+  watch.found_by = FoundBy::kSearch;
   for (const auto& [days, closing] :
        {std::pair(1, "within 1 day.\n"), std::pair(366, "within 366 days.\n")}) {
     watch.horizon_days = days;
     const std::string report = HumanReport(watch);
     EXPECT_TRUE(report.ends_with(closing)) << report;
-    EXPECT_NE(report.find("\nTolvane      not found\n"), std::string::npos) << report;
+    EXPECT_NE(report.find("Tol\\nvane.app (found by search)\n"), std::string::npos) << report;
   }
 
   // A service that quit before reading the settings reads none of them.
   for (const char* message : {kNoPreferencesMessage, kUnreadablePreferencesMessage,
                               kNoApplicationMessage, kNoAlarmsMessage}) {
     const std::string report = HumanReport(Quit(message));
-    const bool read = report.find("\nring offset  no ring offset\n") != std::string::npos;
+    const bool read = report.find("not found\nring offset  no ring offset\n") != std::string::npos;
     EXPECT_EQ(read, message == kNoApplicationMessage || message == kNoAlarmsMessage) << message;
     EXPECT_TRUE(report.ends_with("\n\n" + std::string(message) + "\n")) << report;
     EXPECT_EQ(ExitStatus(Quit(message)), 1);

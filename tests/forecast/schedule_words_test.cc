@@ -61,7 +61,7 @@ TEST(ScheduleWordsTest, SaysEveryFormatAndEveryOddFieldPlainly) {
       {{.day = "22"}, "on the 22nd of every month at 00:00"},
       {{.day = "3"}, "on the 3rd of every month at 00:00"},
       {{.day = "13"}, "on the 13th of every month at 00:00"},
-      {{.day = "15"}, "on the 15th of every month at 00:00"},
+      {{.day = "20"}, "on the 20th of every month at 00:00"},
       {{.year = "2026", .month = "3"}, "every day of March 2026 at 00:00"},
       {{.year = "2026"}, "every day of 2026 at 00:00"},
       // Out of range: shown as saved, and named.
@@ -134,6 +134,7 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
       {{.year = "2026", .month = "11", .day = "1"}, passed, 1440},
       // A month outside 1 to 12 lands in another year, unless a day or a time brings it back.
       {{.month = "13"}, "month 13 never comes"},
+      {{.month = "12", .day = "24"}, none},
       {{.month = "0", .day = "31", .hour = 23, .minute = 59}, "month 0 never comes"},
       {{.month = "13", .day = "0"}, none},
       {{.month = "13", .hour = -1}, "-1:00 falls outside its day"},
