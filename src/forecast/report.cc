@@ -257,13 +257,13 @@ std::string DurationWords(int64_t seconds) {
   auto part = [](int64_t value, const char* unit) { return std::to_string(value) + " " + unit; };
   if (days > 0) {
     std::string words = "in " + part(days, days == 1 ? "day" : "days");
-    if (hours > 0) words += " " + part(hours, "h");
+    if (hours > 0) words += ' ' + part(hours, "h");
     return words;
   }
   if (hours > 0) return "in " + part(hours, "h") + " " + part(minutes, "min");
   if (minutes == 0) return "in " + part(rest, "s");
   std::string words = "in " + part(minutes, "min");
-  if (rest > 0) words += " " + part(rest, "s");
+  if (rest > 0) words += ' ' + part(rest, "s");
   return words;
 }
 

@@ -134,7 +134,7 @@ std::string CalendarWords(const AlarmItem& alarm) {
   } else {
     when = year ? "every day of" : "every day";
   }
-  if (year) when += " " + Number(*year);
+  if (year) when += ' ' + Number(*year);
   return out_of_range.NoteAfter(when + " at " +
                                 TimeWords(alarm.dHour, alarm.dMinute, out_of_range));
 }
