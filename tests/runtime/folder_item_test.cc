@@ -15,7 +15,6 @@
 #include <random>
 #include <string_view>
 #include <tuple>
-#include <utility>
 
 #include "runtime/exceptions.h"
 #include "runtime/kind_ext.h"
@@ -137,18 +136,18 @@ TEST(FolderItemTest, AListingThatFailsPartWayIsNoListing) {
   EXPECT_EQ(folder->Count(), 3);
 }
 
-// A file longer than the least buffer, read with one call beneath failing: a failing status only
-// leaves the buffer unsized, so the whole file still reads; a failing read throws rather than
-// giving part of the file.
+// A file longer than the least buffer, read with one call beneath failing: a failing status (the
+// first status) only leaves the buffer unsized, so the whole file still reads; a failing read (the
+// second call of any kind) throws rather than giving part of the file.
 TEST(FolderItemTest, ALongTextFileReadsWholeOrThrowsWhenOneCallFails) {
   TempFolder dir;
   const std::string text(5000, 'x');
   WriteFile(dir / "long.txt", text);
-  const std::pair<sys::CallKind, std::string> rows[] = {{sys::CallKind::kStatus, text},
-                                                        {sys::CallKind::kRead, "IOException"}};
-  for (const auto& [kind, read] : rows) {
+  const std::tuple<sys::CallKind, int64_t, std::string> rows[] = {
+      {sys::CallKind::kStatus, 1, text}, {sys::CallKind::kAny, 2, "IOException"}};
+  for (const auto& [kind, nth, read] : rows) {
     const Ref<TextInputStream> stream = Item(dir / "long.txt")->OpenAsTextFile();
-    sys::ArmFault({kind, 1, EIO});
+    sys::ArmFault({kind, nth, EIO});
     try {
       EXPECT_EQ(stream->ReadAll(TextEncoding::kNone).Bytes(), read);
     } catch (const IOException& e) {
