@@ -16,6 +16,7 @@
 #include <string_view>
 #include <tuple>
 
+#include "runtime/exceptions.h"
 #include "runtime/kind_ext.h"
 #include "runtime/shell.h"
 #include "runtime/system_calls.h"
@@ -133,6 +134,27 @@ TEST(FolderItemTest, AListingThatFailsPartWayIsNoListing) {
   EXPECT_TRUE(sys::FaultStruck());
   sys::DisarmFault();
   EXPECT_EQ(folder->Count(), 3);
+}
+
+// A file longer than the least buffer, read with one call beneath failing: a failing status (the
+// first status) only leaves the buffer unsized, so the whole file still reads; a failing read (the
+// second call of any kind) throws rather than giving part of the file.
+TEST(FolderItemTest, ALongTextFileReadsWholeOrThrowsWhenOneCallFails) {
+  TempFolder dir;
+  const std::string text(5000, 'x');
+  WriteFile(dir / "long.txt", text);
+  const std::tuple<sys::CallKind, int64_t, std::string> rows[] = {
+      {sys::CallKind::kStatus, 1, text}, {sys::CallKind::kAny, 2, "IOException"}};
+  for (const auto& [kind, nth, read] : rows) {
+    const Ref<TextInputStream> stream = Item(dir / "long.txt")->OpenAsTextFile();
+    sys::ArmFault({kind, nth, EIO});
+    try {
+      EXPECT_EQ(stream->ReadAll(TextEncoding::kNone).Bytes(), read);
+    } catch (const IOException& e) {
+      EXPECT_EQ(e.Name(), read);
+    }
+    sys::DisarmFault();
+  }
 }
 
 TEST(FolderItemTest, ItemsDeeperThanPathMaxWorkThroughFewDescriptors) {
