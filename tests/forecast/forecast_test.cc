@@ -110,12 +110,16 @@ TEST(ForecastTest, StartUpAsTheServiceReadsIt) {
   EXPECT_EQ(std::tuple(no_tolvane.quit_message, no_tolvane.ring_offset_minutes,
                        no_tolvane.tolvane == nullptr),
             std::tuple(kNoApplicationMessage, -7, true));
-  forecast::Request missing;
-  missing.preferences_file = folder / "missing.xml";
-  const forecast::Forecast no_file = Predict(missing);
-  EXPECT_EQ(
-      std::tuple(no_file.quit_message, no_file.ring_offset_minutes, no_file.last_launch_seconds),
-      std::tuple(kNoPreferencesMessage, 0, 0.0));
+  // A file that is missing, or a folder that cannot be read as one.
+  for (const auto& [path, message] : {std::pair(folder / "missing.xml", kNoPreferencesMessage),
+                                      std::pair(folder.path, kUnreadablePreferencesMessage)}) {
+    forecast::Request request;
+    request.preferences_file = path;
+    const forecast::Forecast quit = Predict(request);
+    EXPECT_EQ(std::tuple(quit.quit_message, quit.ring_offset_minutes, quit.last_launch_seconds),
+              std::tuple(message, 0, 0.0))
+        << path;
+  }
   // No preferences folder: the service's exception, and the test's world left as it was.
   EXPECT_THROW(Predict({}), NilObjectException);
   EXPECT_EQ(&Env::Current(), &env);
