@@ -115,6 +115,7 @@ TEST(ForecastTest, StartUpAsTheServiceReadsIt) {
                                       std::pair(folder.path, kUnreadablePreferencesMessage)}) {
     forecast::Request request;
     request.preferences_file = path;
+    request.start_unix_seconds = 1'800'000'000;  // not the last launch the service starts with
     const forecast::Forecast quit = Predict(request);
     EXPECT_EQ(std::tuple(quit.quit_message, quit.ring_offset_minutes, quit.last_launch_seconds),
               std::tuple(message, 0, 0.0))
