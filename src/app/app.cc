@@ -14,8 +14,8 @@
 namespace quellmark {
 
 int32_t App::Run(const std::vector<String>& /*args*/) {
-  if (const char* message = Load()) {
-    System::Log(kQuitMessageLevel, message);
+  if (const std::optional<std::string_view> message = Load()) {
+    System::Log(kQuitMessageLevel, String(std::string(*message)));
     return 0;
   }
   // The loop has no exit of its own: the check pass ends the process when it launches Tolvane.
@@ -26,7 +26,7 @@ int32_t App::Run(const std::vector<String>& /*args*/) {
   }
 }
 
-const char* App::Load(const std::optional<String>& preferences_file) {
+std::optional<std::string_view> App::Load(const std::optional<String>& preferences_file) {
   dLastLaunch = Ref<Date>::New(Date::Now());
 
   // The settings live only in this block and the alarm list until the alarms are loaded: both
@@ -61,7 +61,7 @@ const char* App::Load(const std::optional<String>& preferences_file) {
   }
   if (!HasItemBlocks(*list)) return kNoAlarmsMessage;
   LoadAlarms(*list);
-  return nullptr;
+  return std::nullopt;
 }
 
 void App::LoadAlarms(const String& list) {

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "alarm/alarm_item.h"
@@ -39,8 +40,10 @@ class App : public ServiceApplication {
 
   // Everything Run does before it watches: the last launch, the ring offset, Tolvane and the
   // alarms, read from preferences_file (an absolute path; the user's file when absent). Returns
-  // the message Run would quit with, or nullptr when the alarms are loaded. Logs nothing.
-  const char* Load(const std::optional<String>& preferences_file = std::nullopt);
+  // the message Run would quit with, or none when the alarms are loaded. Logs nothing. The
+  // message is a view, so that it compares as text, whichever copy of its literal it points at.
+  std::optional<std::string_view> Load(
+      const std::optional<String>& preferences_file = std::nullopt);
 
   // One pass: the first enabled alarm that rings now launches Tolvane (unless Tolvane is missing
   // or was launched in this same minute) and ends the process.

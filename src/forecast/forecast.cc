@@ -41,7 +41,7 @@ using calendar::FloorMod;
 
 constexpr int64_t kSecondsPerDay = 86400;
 constexpr int64_t kSecondsPerHour = 3600;
-constexpr int64_t kUnixEpochOnWallScale = 2'082'844'800;  // 1970-01-01 on the 1904 scale
+constexpr int64_t kUnixEpochOnWallScale = -calendar::kWallEpochDays * kSecondsPerDay;
 
 // The service's world for the length of a forecast: a clock that reads what it is told, a shell
 // that runs nothing, a log that is only kept, and no end of the process. The folders are those
@@ -272,26 +272,22 @@ Forecast Predict(const Request& request) {
   GlobalMethods::iRingOffset = 0;
   env.wall = forecast.start.wall_seconds;
   App app;
-  const char* message = app.Load(PreferencesFileAsked(request));
-  // Compared as text: the same literal need not have one address in every translation unit.
-  const auto says = [message](const char* text) {
-    return message != nullptr && std::string_view(message) == text;
-  };
+  const std::optional<std::string_view> message = app.Load(PreferencesFileAsked(request));
   forecast.preferences_path = app.preferences_path;
-  if (says(kNoPreferencesMessage) || says(kUnreadablePreferencesMessage)) {
-    forecast.quit_message = message;
+  if (message == kNoPreferencesMessage || message == kUnreadablePreferencesMessage) {
+    forecast.quit_message = std::string(*message);
     return forecast;
   }
   forecast.ring_offset_minutes = GlobalMethods::iRingOffset;
   forecast.last_launch_seconds = app.dLastLaunch->TotalSeconds();
-  if (says(kNoApplicationMessage)) {
-    forecast.quit_message = message;
+  if (message == kNoApplicationMessage) {
+    forecast.quit_message = std::string(*message);
     return forecast;
   }
   forecast.tolvane = app.FTolvaneItem;
   forecast.found_by = app.tolvane_at_saved_location ? FoundBy::kSavedLocation : FoundBy::kSearch;
-  if (message != nullptr) {
-    forecast.quit_message = message;
+  if (message) {
+    forecast.quit_message = std::string(*message);
     return forecast;
   }
 

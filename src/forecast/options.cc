@@ -10,7 +10,7 @@ namespace quellmark::forecast {
 
 namespace {
 
-constexpr int64_t kEpochDays = calendar::DaysFromCivil(1904, 1, 1);
+constexpr int64_t kEpochDays = calendar::kWallEpochDays;
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 

@@ -18,7 +18,7 @@ using calendar::FloorDiv;
 using calendar::FloorMod;
 
 constexpr int64_t kSecondsPerDay = 86400;
-constexpr int64_t kEpochDays = calendar::DaysFromCivil(1904, 1, 1);
+constexpr int64_t kEpochDays = calendar::kWallEpochDays;
 
 // The length of the well-formed UTF-8 sequence at bytes[i], or 0 when there is none; skip is
 // then the length of its maximal ill-formed part, which reads as one U+FFFD.

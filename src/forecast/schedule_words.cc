@@ -19,7 +19,7 @@ using calendar::FloorMod;
 
 constexpr int64_t kSecondsPerDay = 86400;
 constexpr int64_t kMinutesPerDay = 1440;
-constexpr int64_t kEpochDays = DaysFromCivil(1904, 1, 1);  // the wall clock's scale starts there
+constexpr int64_t kEpochDays = calendar::kWallEpochDays;
 
 constexpr std::array<const char*, 12> kMonthNames = {
     "January", "February", "March",     "April",   "May",      "June",

@@ -51,6 +51,9 @@ constexpr int32_t WeekdayFromDays(int64_t days) {
   return static_cast<int32_t>(FloorMod(days + 4, 7));
 }
 
+// 1904-01-01, where the wall clock's scale of seconds starts, in days from 1970-01-01.
+inline constexpr int64_t kWallEpochDays = DaysFromCivil(1904, 1, 1);
+
 constexpr bool IsLeapYear(int64_t year) {
   return FloorMod(year, 4) == 0 && (FloorMod(year, 100) != 0 || FloorMod(year, 400) == 0);
 }

@@ -16,7 +16,7 @@ using calendar::FloorDiv;
 using calendar::FloorMod;
 
 constexpr int64_t kSecondsPerDay = 86400;
-constexpr int64_t kEpochDays = DaysFromCivil(1904, 1, 1);  // from 1970-01-01
+constexpr int64_t kEpochDays = calendar::kWallEpochDays;
 constexpr int64_t kMinSeconds =
     (DaysFromCivil(std::numeric_limits<int32_t>::min(), 1, 1) - kEpochDays) * kSecondsPerDay;
 constexpr int64_t kMaxSeconds =

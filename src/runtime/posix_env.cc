@@ -39,7 +39,7 @@ class PosixEnv final : public Env {
   // The zone is re-read (tzset) at most once for each second of the clock, so a change of the
   // machine's time zone shows within a second while a pass over many dates costs one lookup.
   int64_t LocalWallClockSeconds() override {
-    const auto now = static_cast<std::time_t>(sys::RealTimeNanoseconds() / 1'000'000'000);
+    const auto now = static_cast<std::time_t>(UnixSeconds());
     if (now != cached_utc_) {
       tzset();
       cached_local_ = LocalWallClockSecondsAt(now);
@@ -131,7 +131,7 @@ int SyslogPriorityForLevel(int32_t level) {
 int64_t WallClockSecondsFrom(const std::tm& tm) {
   const int64_t days =
       calendar::DaysFromCivil(int64_t{tm.tm_year} + 1900, tm.tm_mon + 1, tm.tm_mday) -
-      calendar::DaysFromCivil(1904, 1, 1);
+      calendar::kWallEpochDays;
   return days * 86400 + int64_t{tm.tm_hour} * 3600 + int64_t{tm.tm_min} * 60 + tm.tm_sec;
 }
 
