@@ -84,8 +84,9 @@ TEST(CheckAlarmsTest, TheFirstEnabledRingingAlarmLaunchesTolvaneOnceAndEndsThePr
 TEST(AppRunTest, ChecksPreferencesThenTolvaneThenAlarmsAndLogsOnlyTheFirstFailure) {
   TempFolder dir;
   fs::create_directories(dir / "Saved Apps/Tolvane.app");
-  const std::string saved = "<LastApplicationLocation>" + dir / "Saved%20Apps/Tolvane.app";
-  const std::string settings = "<settings>" + saved + "</LastApplicationLocation>";
+  std::ofstream{dir / "Saved Apps/Notes.app"};
+  const std::string saved = "<settings><LastApplicationLocation>" + dir / "Saved%20Apps/";
+  const std::string settings = saved + "Tolvane.app</LastApplicationLocation>";
   const std::string launch = "open -a " + dir / "Saved\\ Apps/Tolvane.app";
   const std::string alarms =
       "<new-alarms>X<item><dAlarmFormat>timer</dAlarmFormat></item>Y<item><dAlarmFormat>timer"
@@ -103,7 +104,8 @@ TEST(AppRunTest, ChecksPreferencesThenTolvaneThenAlarmsAndLogsOnlyTheFirstFailur
       {"an unreadable file", "/", ' ', kUnreadablePreferencesMessage},
       {"no alarms and no Tolvane", "<settings/>", ' ', kNoApplicationMessage},
       {"no alarms and a file named like Tolvane", "<settings/>", 'f', kNoApplicationMessage},
-      {"no alarms, Tolvane found by the search", "<settings/>", 'd', kNoAlarmsMessage},
+      {"no alarms, a saved plain file passed over for Tolvane found by the search",
+       saved + "Notes.app</LastApplicationLocation></settings>", 'd', kNoAlarmsMessage},
       {"alarms outside the settings", alarms + settings + "</settings>", ' ', kNoAlarmsMessage},
       {"a ringing alarm at the saved location", settings + alarms + "</settings>", ' ', nullptr},
       {"an alarm ringing by the ring offset", settings + offset_alarms + "</settings>", ' ',

@@ -8,7 +8,6 @@
 #include <string>
 #include <utility>
 
-#include "fake_env.h"
 #include "test_support.h"
 
 namespace quellmark {
@@ -59,20 +58,6 @@ TEST(TolvaneSearchTest, SearchesBreadthFirstThroughPlainFoldersAndStopsAtTheFirs
     const Ref<FolderItem> match = SearchForTolvane(GetFolderItem(String(dir / "Applications"), 0));
     EXPECT_EQ(PathOf(match), *found ? dir / "Applications/" + found : "nil") << entries;
   }
-}
-
-// A saved bundle that is taken, and no saved location at all, are Run's cases (app_test.cc).
-TEST(LocateTolvaneTest, AnExistingSavedFolderWinsAndAnythingElseFallsBackToTheSearch) {
-  TempFolder dir;
-  FakeEnv env;
-  env.applications_folder = dir / "Applications";
-  Build(dir.path, "Applications/Tolvane.app/,Saved/file.app");
-  EXPECT_EQ(PathOf(LocateTolvane(String(dir / "Saved"))), dir / "Saved") << "any folder";
-  for (const char* passed_over : {"Saved/file.app", "Saved/Gone.app"}) {
-    EXPECT_EQ(PathOf(LocateTolvane(String(dir / passed_over))), dir / "Applications/Tolvane.app");
-  }
-  env.applications_folder = dir / "Saved/Gone";
-  EXPECT_EQ(PathOf(LocateTolvane(String(dir / "Saved/file.app"))), "nil");
 }
 
 }  // namespace
