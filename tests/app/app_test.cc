@@ -110,7 +110,8 @@ TEST(AppRunTest, ChecksPreferencesThenTolvaneThenAlarmsAndLogsOnlyTheFirstFailur
     if (preferences == "/") fs::create_directory(file);
     if (preferences != "/" && !preferences.empty()) std::ofstream(file) << preferences;
     App app;
-    EXPECT_EQ(Ending([&] { app.Run({"--ignored", "-x"}); }), message ? "returned" : "exit 0") << what;
+    const auto run = [&] { app.Run({"--ignored", "-x"}); };
+    EXPECT_EQ(Ending(run), message ? "returned" : "exit 0") << what;
     EXPECT_EQ(env.log, message ? Lines{"1007 " + std::string(message)} : Lines{}) << what;
     EXPECT_EQ(env.commands, message ? Lines{} : Lines{launch}) << what;
     if (message) continue;
