@@ -86,11 +86,9 @@ TEST(HostileWritesNothingTest, ALaunchOverAReadOnlySandboxChangesNothingAndOpens
   // Tolvane is found by a search when the tree can be /Applications, else by its saved location.
   const bool search = TreesAvailable();
   const fs::path tolvane = (search ? s.UseTree() : s.root / "tree") / "Utilities/Tolvane.app";
-  fs::create_directories(tolvane / "Contents");
-  std::ofstream(tolvane / "Contents/Info.plist") << "<plist/>";
+  fs::create_directories(tolvane);
   std::ofstream(s.root / "home/notes.txt") << "notes";
-  const std::string location = search ? "" : Location(tolvane);
-  s.WritePrefs(File(location + Alarms(Timer(0, true)) + Tag("iRingOffset", "15")));
+  s.WritePrefs(File((search ? "" : Location(tolvane)) + Alarms(Timer(0, true))));
   if (geteuid() == 0) s.RunAsNobody();
   // Without -f: the service alone, not the shell and `open` it starts. The leak checker cannot
   // run under a tracer.
