@@ -55,13 +55,12 @@ void RunScripts(const std::string& zone, const std::vector<Script>& scripts, mil
   std::vector<std::istringstream> steps;
   for (const Script& script : scripts) steps.emplace_back(script.steps);
   for (size_t k = 0;; ++k) {
-    std::vector<std::string> moments(scripts.size()), verdicts(scripts.size());
+    std::vector<std::string> verdicts(scripts.size());
     for (size_t i = 0; i < scripts.size(); ++i) {
       std::string date, time;
       if (!(steps[i] >> date >> time >> verdicts[i])) continue;
-      moments[i] = date + " " + time;
       // An offset from the real clock, replaced whole so that the service never reads half of it.
-      const int64_t offset = Utc(moments[i].c_str()) - std::time(nullptr);
+      const int64_t offset = Utc((date + " " + time).c_str()) - std::time(nullptr);
       std::ofstream(sandboxes[i].root / "clock.new") << (offset < 0 ? "" : "+") << offset << "\n";
       fs::rename(sandboxes[i].root / "clock.new", sandboxes[i].root / "clock");
       if (k == 0) sandboxes[i].Save(Daily(scripts[i].hour, scripts[i].minute), scripts[i].settings);
@@ -70,7 +69,7 @@ void RunScripts(const std::string& zone, const std::vector<Script>& scripts, mil
     if (std::count(verdicts.begin(), verdicts.end(), "") == std::ssize(verdicts)) return;
     sleep_for(step);
     for (size_t i = 0; i < scripts.size(); ++i) {
-      SCOPED_TRACE(std::string(scripts[i].what) + ", at the end of the step to " + moments[i]);
+      SCOPED_TRACE(std::string(scripts[i].what) + ", at the end of step " + std::to_string(k + 1));
       if (verdicts[i] == "launched") {
         Expect(sandboxes[i].Finish(step * (k + 1) + extra), "", sandboxes[i].Bundle());
       } else if (!verdicts[i].empty()) {

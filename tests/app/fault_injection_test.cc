@@ -193,8 +193,7 @@ TEST(FaultInjectionTest, EveryFailingCallEndsTheServiceAsItMayEndLeakingAndWriti
         const std::string outcome = RunService(seam, world);
         const bool struck = sys::FaultStruck();
         sys::DisarmFault();
-        const std::string fault =
-            std::string(what) + ", call " + std::to_string(n) + ": " + outcome;
+        const std::string fault = what + (", call " + std::to_string(n) + ": ") + outcome;
         EXPECT_EQ(OpenDescriptors(), descriptors) << fault;
         EXPECT_TRUE(outcome == clean || (!retried && struck && Defined(outcome, error))) << fault;
         if (!struck) break;
