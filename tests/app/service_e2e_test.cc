@@ -4,8 +4,6 @@
 // proof that nothing is written. A run that needs a tree of its own at /Applications (a private
 // mount namespace) or another user needs root; without it it is skipped.
 
-#include <random>
-
 #include "app/service_sandbox.h"
 
 namespace quellmark::e2e {
@@ -17,6 +15,8 @@ namespace {
 TEST(ServiceEndToEndTest, EndsWithItsOneLineOrOneLaunchAndStatus0) {
   if (geteuid() == 0 && !NobodyReachesSandboxes()) GTEST_SKIP() << kNobodyCannotReach;
   RunAll({{"no preferences file", [](Sandbox&) {}, kNoFile},
+          {"no saved location, and no Tolvane in the Applications folder",
+           [](Sandbox& s) { s.WritePrefs(File(Alarms(Timer(0, true)))); }, kNoTolvane},
           {"a named pipe", [](Sandbox& s) { mkfifo(s.Prefs().c_str(), 0600); }, kUnreadable},
           {"a link to /dev/zero", [](Sandbox& s) { fs::create_symlink("/dev/zero", s.Prefs()); },
            kUnreadable},
@@ -54,11 +54,9 @@ TEST(ServiceEndToEndTest, KeepsWatchingADisabledAlarmTillTermOrIntEndsItAtOnce) 
 
 TEST(HostilePreferencesTest, A200MegabyteFileIsReadInBoundedMemoryAndTime) {
   static const char kNearMisses[] = "<item <ITEM/> </item> <ite m>\0\xff<<item ";
-  std::string near_misses, noise(1 << 20, '\0');  // a mebibyte each, written 200 times
+  std::string near_misses;  // a mebibyte, written 200 times
   while (near_misses.size() < (1 << 20)) near_misses.append(kNearMisses, sizeof kNearMisses - 1);
-  std::mt19937_64 random(1);  // the same noise on every run
-  for (char& c : noise) c = static_cast<char>(random());
-  const auto outcomes =
+  const Outcome o =
       RunAll({{"near misses of the item tag in the alarm list, the saved location after it",
                [&](Sandbox& s) {
                  std::ofstream out(s.Prefs(), std::ios::binary);
@@ -66,19 +64,11 @@ TEST(HostilePreferencesTest, A200MegabyteFileIsReadInBoundedMemoryAndTime) {
                  for (int i = 0; i < 200; ++i) out << near_misses;
                  out << "</new-alarms>" << Location(s.Bundle()) << "</settings>";
                },
-               kNoAlarms},
-              {"binary noise throughout",
-               [&](Sandbox& s) {
-                 std::ofstream out(s.Prefs(), std::ios::binary);
-                 for (int i = 0; i < 200; ++i) out << noise;
-               },
-               kNoTolvane}},
-             milliseconds(20000));
+               kNoAlarms}},
+             milliseconds(20000))[0];
   // At most 2.2 times the file; a sanitizer's shadow memory would make the bound meaningless.
   const bool sanitized = std::system("grep -qa __asan_init " QUELLMARK_BINARY) == 0;
-  for (const Outcome& o : outcomes) {
-    EXPECT_TRUE(sanitized || o.max_rss_kb * 1024 * 5 <= 11L * (200 << 20)) << o.max_rss_kb;
-  }
+  EXPECT_TRUE(sanitized || o.max_rss_kb * 1024 * 5 <= 11L * (200 << 20)) << o.max_rss_kb;
 }
 
 // A run as nobody over a tree of these folders, then of what the shell command makes in it.
