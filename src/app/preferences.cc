@@ -13,10 +13,6 @@ namespace quellmark {
 
 Ref<FolderItem> PreferencesFile() { return PreferencesFolder()->Child(kPreferencesFileName); }
 
-PreferencesOutcome ReadPreferenceSettings(String& settings) {
-  return ReadPreferenceSettings(PreferencesFile(), settings);
-}
-
 PreferencesOutcome ReadPreferenceSettings(const Ref<FolderItem>& file, String& settings) {
   if (file == nullptr || !file->Exists()) return PreferencesOutcome::kNotFound;
   const Ref<TextInputStream> stream = file->OpenAsTextFile();

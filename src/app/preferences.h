@@ -27,9 +27,6 @@ Ref<FolderItem> PreferencesFile();
 // "settings" element and nothing else of the file is kept.
 PreferencesOutcome ReadPreferenceSettings(const Ref<FolderItem>& file, String& settings);
 
-// The same, of the user's preferences file.
-PreferencesOutcome ReadPreferenceSettings(String& settings);
-
 // A setting's text as it stands (not decoded).
 String SettingText(const String& settings, const String& key);
 

@@ -3,7 +3,6 @@
 #include "runtime/application.h"
 #include "runtime/array.h"
 #include "runtime/kind_ext.h"
-#include "runtime/special_folder.h"
 
 namespace quellmark {
 
@@ -17,11 +16,6 @@ Ref<FolderItem> SavedTolvane(const String& location) {
     if (saved != nullptr && saved->Exists() && saved->Directory()) return saved;
   }
   return nullptr;
-}
-
-Ref<FolderItem> LocateTolvane(const String& location) {
-  Ref<FolderItem> saved = SavedTolvane(location);
-  return saved != nullptr ? saved : SearchForTolvane(SpecialFolder::Applications());
 }
 
 Ref<FolderItem> SearchForTolvane(const Ref<FolderItem>& root) {

@@ -20,10 +20,6 @@ bool IsTolvaneName(const String& name);
 // The item at location (a decoded absolute path) when it is an existing folder; otherwise nil.
 Ref<FolderItem> SavedTolvane(const String& location);
 
-// SavedTolvane(location) when there is one; otherwise the first match of SearchForTolvane in the
-// Applications folder; nil when there is none.
-Ref<FolderItem> LocateTolvane(const String& location);
-
 // The first item, breadth first under root, whose name IsTolvaneName; nil when there is none.
 Ref<FolderItem> SearchForTolvane(const Ref<FolderItem>& root);
 

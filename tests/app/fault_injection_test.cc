@@ -22,13 +22,13 @@ struct StillWatching {};
 enum class Seam { kWhole, kNoHome, kEmptyHome, kRelativeHome, kNoShell, kNoClock };
 
 // The process's own environment, save for what a run in process cannot do (end the process, wait
-// a second, log to the system), for the Applications folder, and for the seam's failure.
-class ServiceEnv final : public Env {
+// a second, log to the system), for the Applications folder, and for the seam's failure. The shell
+// runs a no-op in place of `open`, which the system may lack; the command is recorded.
+class ServiceEnv final : public FakeEnv {
  public:
-  ServiceEnv(std::string applications, Seam seam)
-      : applications_(std::move(applications)), seam_(seam), previous_(Install(this)) {}
-  ServiceEnv(const ServiceEnv&) = delete;
-  ~ServiceEnv() override { Install(previous_); }
+  ServiceEnv(const std::string& applications, Seam seam) : seam_(seam) {
+    applications_folder = applications;
+  }
 
   int64_t LocalWallClockSeconds() override {
     if (seam_ == Seam::kNoClock) throw IOException("clock_gettime", "CLOCK_REALTIME", EINVAL);
@@ -39,66 +39,55 @@ class ServiceEnv final : public Env {
     if (++sleeps_ == 2) throw StillWatching{};
     real_.SleepForMilliseconds(1);
   }
-  [[noreturn]] void ExitProcess(int32_t code) override { throw FakeExit{code}; }
-  void WriteLog(int32_t /*level*/, const std::string& message) override { log.push_back(message); }
   std::optional<std::string> PreferencesFolderPath() override {
     if (seam_ == Seam::kNoHome) return std::nullopt;
     if (seam_ == Seam::kEmptyHome) return "";
     return seam_ == Seam::kRelativeHome ? "home/.config" : real_.PreferencesFolderPath();
   }
-  std::string ApplicationsFolderPath() override { return applications_; }
   int32_t ExecuteShellCommand(const std::string& command) override {
-    shell_command = command;
-    return shell_status = seam_ == Seam::kNoShell ? -1 : real_.ExecuteShellCommand(command);
+    commands.push_back(command);
+    return shell_status = seam_ == Seam::kNoShell ? -1 : real_.ExecuteShellCommand(":");
   }
 
-  std::string shell_command;
-  int32_t shell_status = -2;  // none run
-  std::vector<std::string> log;
+  int32_t shell_status = 0;
 
  private:
   Env& real_ = PosixEnvironment();
-  std::string applications_;
   Seam seam_;
-  Env* previous_;
   int sleeps_ = 0;
 };
 
-// App::Run through the process entry, with the fake endings turned into results.
+// App::Run through the process entry, its fake endings told apart from a return by their status.
+constexpr int32_t kExited = 1000, kWatching = 2000;
 struct Service final : ServiceApplication {
   int32_t Run(const std::vector<String>& args) override {
     try {
       return App().Run(args);
     } catch (const FakeExit& exit) {
-      ending = "exit " + std::to_string(exit.code);
+      return kExited + exit.code;
     } catch (const StillWatching&) {
-      ending = "watching";
+      return kWatching;
     }
-    return 0;
   }
-  std::string ending = "returned";
 };
 
-// The service's world: its home (HOME, else the password database's), a stand-in `open` first on
-// PATH, and an Applications folder with Tolvane's bundle among other items, found by the saved
-// location or, when location names a stale one, by a search. The preferences file is over 4 KiB,
-// so that a read not sized by the file's length must grow its buffer.
+// The service's world: its home (HOME, else the password database's) and an Applications folder
+// with Tolvane's bundle among other items, found by the saved location or, when location names a
+// stale one, by a search. The preferences file is over 4 KiB, so that a read not sized by the
+// file's length must grow its buffer.
 class World {
  public:
   World(bool home, const std::string& location, int timer_seconds) {
-    for (const char* name : {"HOME", "XDG_CONFIG_HOME", "PATH"}) {
+    for (const char* name : {"HOME", "XDG_CONFIG_HOME"}) {
       const char* value = std::getenv(name);
       saved_.emplace_back(name, value ? std::optional<std::string>(value) : std::nullopt);
     }
-    for (const char* folder : {"home", "bin", "Applications/Games/Chess.app", Bundle}) {
+    for (const char* folder : {"home", "Applications/Games/Chess.app", Bundle}) {
       fs::create_directories(dir_ / folder);
     }
     std::ofstream(dir_ / "Applications/Read Me.txt") << "notes";
-    std::ofstream(dir_ / "bin/open") << "#!/bin/sh\nexit 0\n";
-    fs::permissions(dir_ / "bin/open", fs::perms(0755));
     setenv("HOME", (dir_ / "home").c_str(), 1);
     unsetenv("XDG_CONFIG_HOME");
-    setenv("PATH", (dir_ / "bin:/usr/bin:/bin").c_str(), 1);
     const fs::path preferences = PosixEnvironment().PreferencesFolderPath().value();
     fs::create_directories(preferences);
     std::ofstream(preferences / "com.velmora.Tolvane.xml")
@@ -124,10 +113,10 @@ size_t OpenDescriptors() {
   return static_cast<size_t>(std::distance(fs::directory_iterator(folder), {}));
 }
 
-// How one run in world ended, as its user could tell: "quit: " and the message logged, "launched"
-// (or "launch failed" when the shell could not run `open`) for the command that opens world's
+// How one run in world ended, as its user could tell: "quit: " and the line logged, "launched"
+// (or "launch failed" when the shell could not run) for the one command that opens world's
 // Tolvane, "watching", or "unhandled" and the line on stderr. Anything else, an extra line
-// logged or written included, reads otherwise.
+// logged, run or written included, reads otherwise.
 std::string RunService(Seam seam, const World& world) {
   ServiceEnv env(world.dir_ / "Applications", seam);
   Service service;
@@ -136,20 +125,19 @@ std::string RunService(Seam seam, const World& world) {
   testing::internal::CaptureStderr();
   const int status = RunServiceApplication(service, 1, argv);
   std::string err = testing::internal::GetCapturedStderr();
-  std::string outcome = "status " + std::to_string(status) + " " + service.ending;
+  const std::vector<std::string> launch = {"open -a " + ShellQuotePath(world.dir_ / World::Bundle)};
+  std::string outcome = "status " + std::to_string(status);
   if (status == kUncaughtExceptionStatus && err.starts_with("quellmark: unhandled ") &&
       err.find('\n') == err.size() - 1) {
     outcome = err.substr(11, err.size() - 12), err.clear();
-  } else if (status == 0 && service.ending == "returned" && env.log.size() == 1) {
+  } else if (status == 0 && env.log.size() == 1) {
     outcome = "quit: " + env.log[0], env.log.clear();
-  } else if (status == 0 && service.ending == "exit 0" &&
-             env.shell_command == "open -a " + ShellQuotePath(world.dir_ / World::Bundle)) {
-    outcome = env.shell_status == 0 ? "launched" : "launch failed";
-  } else if (status == 0 && service.ending == "watching" && env.shell_status == -2) {
+  } else if (status == kExited && env.commands == launch) {
+    outcome = env.shell_status == 0 ? "launched" : "launch failed", env.commands.clear();
+  } else if (status == kWatching && env.commands.empty()) {
     outcome = "watching";
   }
-  if (!env.shell_command.empty() && !outcome.starts_with("launch"))
-    outcome += ", ran " + env.shell_command;
+  for (const std::string& command : env.commands) outcome += ", ran " + command;
   for (const std::string& line : env.log) outcome += ", logged " + line;
   return err.empty() ? outcome : outcome + ", wrote " + err;
 }
@@ -158,7 +146,7 @@ std::string RunService(Seam seam, const World& world) {
 bool Defined(const std::string& outcome, int error) {
   for (const char* message : {kNoPreferencesMessage, kUnreadablePreferencesMessage,
                               kNoApplicationMessage, kNoAlarmsMessage}) {
-    if (outcome == "quit: " + std::string(message)) return true;
+    if (outcome == "quit: 1007 " + std::string(message)) return true;
   }
   return outcome == "launched" || outcome == "launch failed" || outcome == "watching" ||
          outcome.starts_with("unhandled NilObjectException: ") ||
@@ -175,7 +163,7 @@ TEST(FaultInjectionTest, EveryFailingCallEndsTheServiceAsItMayEndLeakingAndWriti
       {"a ringing alarm, Tolvane found by a search", true, "Gone.app", 0, Seam::kWhole, "launched"},
       {"an alarm an hour away", true, "", 3600, Seam::kWhole, "watching"},
       {"no HOME: the password database's home, without preferences", false, "", 0, Seam::kWhole,
-       "quit: " + std::string(kNoPreferencesMessage)},
+       "quit: 1007 " + std::string(kNoPreferencesMessage)},
       {"the seam gives no home", true, "", 0, Seam::kNoHome, nil},
       {"the seam gives an empty home", true, "", 0, Seam::kEmptyHome, nil},
       {"the seam gives a relative home", true, "", 0, Seam::kRelativeHome, nil},
@@ -205,8 +193,7 @@ TEST(FaultInjectionTest, EveryFailingCallEndsTheServiceAsItMayEndLeakingAndWriti
         const std::string outcome = RunService(seam, world);
         const bool struck = sys::FaultStruck();
         sys::DisarmFault();
-        const std::string fault =
-            std::string(what) + ", call " + std::to_string(n) + ": " + outcome;
+        const std::string fault = what + (", call " + std::to_string(n) + ": ") + outcome;
         EXPECT_EQ(OpenDescriptors(), descriptors) << fault;
         EXPECT_TRUE(outcome == clean || (!retried && struck && Defined(outcome, error))) << fault;
         if (!struck) break;

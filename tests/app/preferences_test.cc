@@ -2,14 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
-
-#include "fake_env.h"
-#include "runtime/exceptions.h"
-#include "test_support.h"
 
 namespace quellmark {
 namespace {
@@ -22,12 +17,6 @@ Blocks FieldBlocks(const String& list) {
   for (int32_t i = 2; i <= CountFields(list, "<item>"); ++i) {
     blocks.push_back(NthField(NthField(list, "<item>", i), "</item>", 1).Bytes());
   }
-  return blocks;
-}
-
-Blocks WalkedBlocks(const String& list) {
-  Blocks blocks;
-  ForEachItemBlock(list, [&blocks](const String& block) { blocks.push_back(block.Bytes()); });
   return blocks;
 }
 
@@ -48,26 +37,11 @@ TEST(ItemBlockTest, EachBlockIsTheFieldAfterAnItemTagCutAtItsFirstClosingTag) {
   }
   for (const std::string& bytes : lists) {
     const String list(bytes);
-    ASSERT_EQ(WalkedBlocks(list), FieldBlocks(list)) << bytes;
+    Blocks walked;
+    ForEachItemBlock(list, [&walked](const String& block) { walked.push_back(block.Bytes()); });
+    ASSERT_EQ(walked, FieldBlocks(list)) << bytes;
     ASSERT_EQ(HasItemBlocks(list), CountFields(list, "<item>") > 1) << bytes;
   }
-}
-
-// A missing file and a folder in its place are Run's cases (app_test.cc); a FIFO is refused by the
-// file's opening (folder_item_test.cc).
-TEST(PreferencesTest, OnlyTheSettingsAreKeptAndByteForByte) {
-  TempFolder dir;
-  FakeEnv env;
-  env.preferences_folder = dir.path;
-  const std::string inner("\r\n<iRingOffset>5</iRingOffset>\0\xFF", 32);
-  std::ofstream(dir / kPreferencesFileName)
-      << "<new-alarms><item>outside</item></new-alarms><settings>" << inner
-      << "</settings><new-alarms><item>after</item></new-alarms>";
-  String settings;
-  ASSERT_EQ(ReadPreferenceSettings(settings), PreferencesOutcome::kRead);
-  EXPECT_EQ(settings.Bytes(), inner);
-  env.preferences_folder.reset();
-  EXPECT_THROW(ReadPreferenceSettings(settings), NilObjectException);
 }
 
 }  // namespace

@@ -139,13 +139,14 @@ struct Outcome {
   long max_rss_kb = 0;  // the child's peak resident set
 };
 
+// Shell words that run the words after them as user nobody.
+inline const std::string kAsNobody = "setpriv --reuid=65534 --regid=65534 --clear-groups ";
+
 // Whether user nobody can pass through the folder the sandboxes are made in; a run as nobody
 // needs it, since that user must reach the sandbox and the copy of the binary in it.
 inline bool NobodyReachesSandboxes() {
   static const bool reaches =
-      std::system(
-          ("setpriv --reuid=65534 --regid=65534 --clear-groups test -x " + SharedScratch().string())
-              .c_str()) == 0;
+      std::system((kAsNobody + "test -x " + SharedScratch().c_str()).c_str()) == 0;
   return reaches;
 }
 inline constexpr const char* kNobodyCannotReach =
@@ -206,7 +207,7 @@ class Sandbox {
     fs::permissions(root, fs::perms::all);
     fs::copy_file(binary_, root / "bin/quellmark");
     binary_ = (root / "bin/quellmark").string();
-    wrapper += "setpriv --reuid=65534 --regid=65534 --clear-groups ";
+    wrapper += kAsNobody;
   }
 
   // Every item with its path, type, permissions, size and modification time, and every file's
@@ -218,8 +219,8 @@ class Sandbox {
   }
 
   // Starts the service in the sandbox, stdin and stdout on /dev/null, with HOME, XDG_CONFIG_HOME,
-  // PATH and TZ=UTC only in its environment; args reach it through "$@" untouched.
-  void Start(Args args = {}) {
+  // PATH and TZ=UTC only in its environment.
+  void Start() {
     const std::string r = root.string();
     std::string counting;
     if (std::getenv("QUELLMARK_E2E_COUNTERS") != nullptr) {
@@ -227,17 +228,13 @@ class Sandbox {
       fs::permissions(counters_->path, fs::perms::all);
       counting = " GCOV_PREFIX=" + counters_->path;
     }
-    args.insert(args.begin(),
-                {"/bin/sh", "-c",
-                 "cd " + r + " && exec env -i HOME=" + r + "/home XDG_CONFIG_HOME=" + r +
-                     "/config PATH=" + r + "/bin:/usr/bin:/bin TZ=UTC" + counting + " " + wrapper +
-                     binary_ + " \"$@\" </dev/null >/dev/null 2>stderr",
-                 "sh"});
-    std::vector<char*> argv;
-    for (auto& text : args) argv.push_back(text.data());
-    argv.push_back(nullptr);
+    const std::string command = "cd " + r + " && exec env -i HOME=" + r +
+                                "/home XDG_CONFIG_HOME=" + r + "/config PATH=" + r +
+                                "/bin:/usr/bin:/bin TZ=UTC" + counting + " " + wrapper + binary_ +
+                                " </dev/null >/dev/null 2>stderr";
+    const char* argv[] = {"/bin/sh", "-c", command.c_str(), nullptr};
     started_ = steady_clock::now();
-    ASSERT_EQ(posix_spawn(&pid, "/bin/sh", nullptr, nullptr, argv.data(), environ), 0);
+    ASSERT_EQ(posix_spawn(&pid, "/bin/sh", nullptr, nullptr, const_cast<char**>(argv), environ), 0);
   }
 
   // Waits until the service has run for budget at most; kills it if it is still running then.
@@ -288,12 +285,11 @@ inline void Expect(const Outcome& o, const std::string& message, const std::stri
 }
 
 // One run: its sandbox's preparation, then the message it must quit with or else the path
-// `open` must get (one not starting with / lies in the sandbox), and the service's arguments.
+// `open` must get (one not starting with / lies in the sandbox).
 struct Case {
   std::string what;
   std::function<void(Sandbox&)> prepare;
   std::string message, path = "";
-  Args args = {};
 };
 
 // Prepares and starts every run, then checks each once it ended or ran for budget: one still
@@ -302,7 +298,7 @@ inline std::vector<Outcome> RunAll(const std::vector<Case>& cases, milliseconds 
   std::deque<Sandbox> sandboxes;
   for (const Case& c : cases) {
     c.prepare(sandboxes.emplace_back());
-    sandboxes.back().Start(c.args);
+    sandboxes.back().Start();
   }
   std::vector<Outcome> outcomes;
   for (size_t i = 0; i < cases.size(); ++i) {
