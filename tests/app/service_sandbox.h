@@ -233,8 +233,20 @@ class Sandbox {
                                 "/bin:/usr/bin:/bin TZ=UTC" + counting + " " + wrapper + binary_ +
                                 " </dev/null >/dev/null 2>stderr";
     const char* argv[] = {"/bin/sh", "-c", command.c_str(), nullptr};
+    // A suite run from a background job inherits SIGINT ignored; the service must not.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t defaults;
+    sigemptyset(&defaults);
+    sigaddset(&defaults, SIGINT);
+    sigaddset(&defaults, SIGTERM);
+    posix_spawnattr_setsigdefault(&attributes, &defaults);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     started_ = steady_clock::now();
-    ASSERT_EQ(posix_spawn(&pid, "/bin/sh", nullptr, nullptr, const_cast<char**>(argv), environ), 0);
+    const int spawned =
+        posix_spawn(&pid, "/bin/sh", nullptr, &attributes, const_cast<char**>(argv), environ);
+    posix_spawnattr_destroy(&attributes);
+    ASSERT_EQ(spawned, 0);
   }
 
   // Waits until the service has run for budget at most; kills it if it is still running then.
