@@ -110,12 +110,12 @@ TEST(StringLength, CountsOnlyWellFormedUtf8AsOneCharacter) {
   }
 }
 
-// Over blanks, signs, digits, points and exponents, Val reads what strtod reads, and
-// VariantToInt32 the whole number that strtoll reads, saturated (9s weigh more, to go past any
-// Int32 and Int64); Val reads no other form.
+// Over blanks, signs, digits, points, exponents and a letter that ends the number, Val reads what
+// strtod reads, and VariantToInt32 the whole number that strtoll reads, saturated (9s weigh more,
+// to go past any Int32 and Int64); Val reads no other form.
 TEST(Val, AgreesWithStrtodAndVariantToInt32WithStrtollOnNumericLookingText) {
   std::mt19937 rng(10);
-  const std::string alphabet = " \t+-.eE01234567899999";
+  const std::string alphabet = " \t+-.eEz01234567899999";
   for (int i = 0; i < 300000; ++i) {
     std::string s(rng() % 24, ' ');
     for (char& c : s) c = alphabet[rng() % alphabet.size()];
