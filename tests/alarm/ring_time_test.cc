@@ -113,16 +113,6 @@ TEST_F(RingTime, CalendarRingsOnTheDayItsFieldsSpellAnEmptyFieldMatchingAny) {
   }
 }
 
-TEST_F(RingTime, HourlyRingsThroughoutItsMinuteOfEveryHourWhateverTheHour) {
-  AlarmItem alarm;
-  alarm.dAlarmFormat = "Hourly", alarm.dHour = 13, alarm.dHourlyMinute = 0;
-  for (int64_t hour = At(2024, 12, 31); hour < At(2025, 1, 2); hour += 3600) {
-    for (int64_t s = -60; s < 120; ++s) {  // dateOnly, on every other second, changes nothing
-      EXPECT_EQ(Rings(alarm, hour + s, s % 2 == 0), s >= 0 && s < 60) << hour << " " << s;
-    }
-  }
-}
-
 TEST_F(RingTime, TimerRingsFromTheSecondItsCountdownEndsNotFromAWholeMinute) {
   const int64_t last = At(2025, 3, 9, 12, 0, 17);
   // The countdown's hours, minutes and seconds, and the ring offset in minutes.
@@ -147,16 +137,18 @@ TEST_F(RingTime, OffsetRingsItsMinutesEarlyButFromThe31stNotIntoTheNextMonth) {
   daily.dMinute = first_saturday.dMinute = 3, first_saturday.dAlarmFormat = "monthly";
   first_saturday.dMonthlyWeekday->Set(6, true), first_saturday.dMonthlyWeekNum->Set(0, true);
   AlarmItem hourly, first_wednesday;  // 1 January 2025 is a Wednesday
-  hourly.dAlarmFormat = "hourly", hourly.dHourlyMinute = 3;
+  hourly.dAlarmFormat = "Hourly", hourly.dHourlyMinute = 3, hourly.dHour = 13;  // not its hour
   first_wednesday.dMinute = 3, first_wednesday.dAlarmFormat = "monthly";
   first_wednesday.dMonthlyWeekday->Set(3, true), first_wednesday.dMonthlyWeekNum->Set(0, true);
   GlobalMethods::iRingOffset = 5;
   // The whole minute five minutes early rings, also when that is the evening before, or the
-  // last evening of the year before.
+  // last evening of the year before; an hourly alarm rings in it whatever its hour, and dateOnly
+  // changes nothing for it.
   for (int64_t s = -1; s <= 60; ++s) {
     for (const AlarmItem* alarm : {&daily, &hourly}) {
       EXPECT_EQ(Rings(*alarm, At(2025, 6, 17, 23, 58) + s), s >= 0 && s < 60) << s;
     }
+    EXPECT_EQ(Rings(hourly, At(2025, 6, 17, 23, 58) + s, true), s >= 0 && s < 60) << s;
     EXPECT_EQ(Rings(first_wednesday, At(2024, 12, 31, 23, 58) + s), s >= 0 && s < 60) << s;
   }
   // The target's month is set while it still holds today's day number, so on 31 January it rolls
