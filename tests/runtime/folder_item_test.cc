@@ -109,7 +109,6 @@ TEST(FolderItemTest, TrueItemListsInByteOrderOfEveryKindAndCountFollowsChanges) 
   }
   for (int32_t i : {0, -1, folder->Count() + 1}) EXPECT_TRUE(folder->TrueItem(i).IsNil());
   EXPECT_EQ(KindExt(Item(dir / "Missing")).Bytes(), "");
-  EXPECT_THROW(KindExt(nullptr), NilObjectException);
   // Soon after a listing, when the folder's change stamp may not have moved on yet.
   WriteFile(dir / "new", "");
   usleep((FolderItem::kRecheckMilliseconds + 1) * 1000);
