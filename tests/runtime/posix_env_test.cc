@@ -48,7 +48,6 @@ TEST(PosixEnvTest, AZoneThatCannotGiveTheTimeGivesUtcWallClockTime) {
   for (const std::time_t moment : {0L, 1'700'000'000L, -86'400L}) {
     EXPECT_EQ(LocalWallClockSecondsAt(moment), moment + 2'082'844'800) << moment;
   }
-  EXPECT_TRUE(sys::FaultStruck());
   sys::DisarmFault();
 }
 
