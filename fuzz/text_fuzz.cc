@@ -1,20 +1,15 @@
-// The text helpers against literal references, all on one naive caseless search: GetXMLValue and
-// the one-pass tag index for a set of keys and a key from the input; the cutting into item blocks
-// against NthField(NthField(list, "<item>", i), "</item>", 1), with those runtime functions split
-// naively too; percent-decoding; and Val's invariants. The first input byte gives the key's
-// length (high bits) and the text's encoding (low bit); the key follows, then the text.
+// The text helpers against literal references on any bytes: GetXMLValue and the one-pass tag index
+// for a set of keys and a key from the input, both against one naive caseless search, and
+// percent-decoding. The first input byte gives the key's length (high bits) and the text's
+// encoding (low bit); the key follows, then the text.
 
 #include <algorithm>
 #include <cctype>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
-#include "app/preferences.h"
-#include "runtime/numbers.h"
 #include "text/tag_index.h"
 #include "text/url_decoding.h"
 #include "text/xml_value.h"
@@ -58,8 +53,6 @@ std::string LiteralDecoding(const std::string& in) {
   return out;
 }
 
-double ValOf(const std::string& s) { return quellmark::Val(String(s)); }
-
 void Check(bool holds) {
   if (!holds) __builtin_trap();
 }
@@ -88,20 +81,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           VariantToString(index.Value(k)).Bytes() == expected);
   }
 
-  // Block i is the i + 1st field cut at "<item>", cut in turn at "</item>", in the list's encoding.
-  const std::vector<std::string> items = NaiveFields(s, "<item>");
-  size_t i = 0;
-  quellmark::ForEachItemBlock(text, [&](const String& block) {
-    const String field = quellmark::NthField(text, "<item>", static_cast<int32_t>(++i) + 1);
-    const String expected = quellmark::NthField(field, "</item>", 1);
-    Check(i < items.size() && field.Bytes() == items[i] &&
-          expected.Bytes() == NaiveFields(items[i], "</item>")[0] &&
-          block.Bytes() == expected.Bytes() && block.Encoding() == text.Encoding());
-  });
-  Check(i + 1 == items.size() &&
-        static_cast<size_t>(quellmark::CountFields(text, "<item>")) == items.size() &&
-        quellmark::HasItemBlocks(text) == (items.size() > 1));
-
   // Decoding sets its label rather than carrying the input's over.
   const std::string decoded = LiteralDecoding(s);
   const String plain = quellmark::DecodingFromURLExt(String(s, TextEncoding::kUTF8));
@@ -109,23 +88,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       quellmark::GlobalMethods::DecodingFromURLVelmora(String(s, TextEncoding::kNone));
   Check(plain.Bytes() == decoded && plain.Encoding() == TextEncoding::kNone &&
         labelled.Bytes() == decoded && labelled.Encoding() == TextEncoding::kUTF8);
-
-  // Val reads only a number at the start after blanks: blanks in front and a letter behind change
-  // nothing (which a NaN also fails), and a text without digits reads 0.
-  const double value = ValOf(s);
-  Check(ValOf(" \t" + s) == value && ValOf(s + "x") == value &&
-        (s.find_first_of("0123456789") != std::string::npos || value == 0));
-  // A text that opens with a digit or a point reads as the negation of itself behind a "-".
-  Check(!(s.starts_with('.') || std::isdigit(static_cast<unsigned char>(s[0]))) ||
-        ValOf("-" + s) == -value);
-  // A plain whole number, signed or not and not continued by a fraction or an exponent, reads
-  // exactly as the C library reads it, whichever of Val's paths it takes.
-  const std::string rest = s.substr(std::min(s.find_first_not_of(" \t"), s.size()));
-  const size_t sign = rest.starts_with('+') || rest.starts_with('-') ? 1 : 0;
-  const size_t end = std::min(rest.find_first_not_of("0123456789", sign), rest.size());
-  Check(end == sign || rest.find_first_of(".eE", end) == end ||
-        std::strtod(rest.substr(0, end).c_str(), nullptr) == value);
-  // Truncation toward zero, saturating at the Int32 limits.
-  Check(quellmark::DoubleToInt32(value) == std::clamp(std::trunc(value), -0x1p31, 0x1p31 - 1));
   return 0;
 }

@@ -17,26 +17,14 @@ void SetOwn(Ref<Array<bool>>& flags, int32_t n) {
 }
 void SetOwn(auto& value, int32_t n) { value = n + 1000; }
 
-TEST(AlarmItemTest, TableNamesEachPropertyOnceAndANewRecordHoldsZeroValues) {
-  const AlarmItem item;
+// Each property starts at its type's zero value, then takes a value of its own; flipping a flag in
+// the copy tells a shared array from a separate one.
+TEST(AlarmItemTest, ANewRecordHoldsZeroValuesAndADuplicateCopiesEachWithFlagArraysOfItsOwn) {
   const std::string zero[] = {"", "0", "0", "0", "nil", "0000000"};  // by PropertyType
-  for (const PropertyInfo& p : kAlarmItemProperties) {
-    EXPECT_EQ(FindAlarmProperty(p.name), &p) << p.name << " is not unique";
-    const std::string& expected = zero[static_cast<size_t>(p.type)];
-    EXPECT_EQ(PropertyText(item, p), p.name == "dMonthlyWeekNum" ? "00000" : expected) << p.name;
-  }
-  // The names are the saved form's tags: Tolvane's own spellings must survive any tidying up.
-  for (const char* odd :
-       {"viTunesStreamSupress", "vTextMsgSMTPSPassword", "vSendShotSMTPSPassword"})
-    EXPECT_NE(FindAlarmProperty(odd), nullptr) << odd;
-  for (const char* near : {"viTunesStreamSuppress", "menabled", "mEnabled "})
-    EXPECT_EQ(FindAlarmProperty(near), nullptr) << near;
-}
-
-// Flipping a flag in the copy tells a shared array from a separate one.
-TEST(DuplicateMeTest, CopiesEveryPropertyAndGivesTheCopyFlagArraysOfItsOwn) {
   AlarmItem source;
   for (const PropertyInfo& p : kAlarmItemProperties) {
+    const std::string& expected = zero[static_cast<size_t>(p.type)];
+    EXPECT_EQ(PropertyText(source, p), p.name == "dMonthlyWeekNum" ? "00000" : expected) << p.name;
     std::visit([&](auto member) { SetOwn(source.*member, p.position); }, p.member);
   }
   const Ref<AlarmItem> duplicate = source.DuplicateMe();
@@ -48,6 +36,12 @@ TEST(DuplicateMeTest, CopiesEveryPropertyAndGivesTheCopyFlagArraysOfItsOwn) {
       EXPECT_NE(PropertyText(copy, p), PropertyText(source, p)) << p.name << " is shared";
     }
   }
+  // The names are the saved form's tags: Tolvane's own spellings must survive any tidying up.
+  for (const char* odd :
+       {"viTunesStreamSupress", "vTextMsgSMTPSPassword", "vSendShotSMTPSPassword"})
+    EXPECT_NE(FindAlarmProperty(odd), nullptr) << odd;
+  for (const char* near : {"viTunesStreamSuppress", "menabled", "mEnabled "})
+    EXPECT_EQ(FindAlarmProperty(near), nullptr) << near;
 }
 
 }  // namespace

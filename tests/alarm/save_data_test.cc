@@ -30,7 +30,7 @@ std::string EveryTag(const std::string& value) {
   return block;
 }
 
-// A value written under every tag (nullptr: no tags at all), and what each rule reads from it.
+// A value written under every tag, and what each rule reads from it.
 struct RuleCase {
   const char *value, *text, *number, *decoded_number, *flag, *modem_port, *port, *file;
 };
@@ -55,7 +55,6 @@ std::string Expected(const PropertyInfo& p, const RuleCase& c) {
 TEST(SaveDataTest, SetsEveryPropertyByItsRuleAndNoOther) {
   const RuleCase cases[] = {
       // value, text, number, decoded number, flag, modem port, port, file
-      {nullptr, "", "0", "0", "0", "0", "25", "/kept"},
       {"", "", "0", "0", "0", "0", "25", "/kept"},
       {"a%20b+c%2", "a b+c%2", "0", "0", "0", "0", "0", "/kept"},
       {"%33", "3", "0", "3", "0", "0", "0", "/kept"},             // five numbers are decoded
@@ -69,7 +68,7 @@ TEST(SaveDataTest, SetsEveryPropertyByItsRuleAndNoOther) {
     // Set beforehand, to show that a file the block does not name is kept.
     item.vAudioVideoFile = item.vOpenFile = item.vScreenshotLocation =
         Ref<FolderItem>::New("/kept");
-    item.putSaveData(c.value == nullptr ? String() : String(EveryTag(c.value)));
+    item.putSaveData(String(EveryTag(c.value)));
     for (const PropertyInfo& p : kAlarmItemProperties) {
       EXPECT_EQ(PropertyText(item, p), Expected(p, c)) << p.name << " in row " << &c - cases;
     }

@@ -16,12 +16,12 @@ namespace {
 // Tags match only in the form "<a>", under the case rule.
 TEST(GetXMLValueTest, TakesTheTextBetweenTheTagsAsItStands) {
   const std::pair<std::string, std::string> rows[] = {
-      {"<a>1", ""},         {"</a>x<a>1<a>2", "1"},    {"<a><b>1</b></a>", "<b>1</b>"},
-      {"1</a>", ""},        {"<a x=\"1\">2</a>", ""},  {"<a> \n1\r\n</a>", " \n1\r\n"},
-      {"<ab>1</ab>", ""},   {"<a>1</a><a>2</a>", "1"}, {{"<a>\xff\0z</a>", 10}, {"\xff\0z", 3}},
-      {"<A>up</a>", "up"},  {"</a>x<a>1<b>", "1<b>"},  {"<a>&lt;b&gt;</a>", "&lt;b&gt;"},
+      {"<a>1", ""},         {"</a>x<a>1<a>2<a>3", "1"}, {"<a><b>1</b></a>", "<b>1</b>"},
+      {"1</a>", ""},        {"<a x=\"1\">2</a>", ""},   {"<a> \n1\r\n</a>", " \n1\r\n"},
+      {"<ab>1</ab>", ""},   {"<a>1</a><a>2</a>", "1"},  {{"<a>\xff\0z</a>", 10}, {"\xff\0z", 3}},
+      {"<A>up</a>", "up"},  {"</a>x<a>1<b>", "1<b>"},   {"<a>&lt;b&gt;</a>", "&lt;b&gt;"},
       {"<a>1<a>2</a>", "1"}};
-  const TagSet keys({"b"});
+  const TagSet keys({"a"});
   for (const auto& [source, value] : rows) {
     const String text(source, TextEncoding::kNone);
     const String found = VariantToString(GetXMLValue(text, "a"));
