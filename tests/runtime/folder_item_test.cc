@@ -179,6 +179,10 @@ TEST(FolderItemTest, ItemsDeeperThanPathMaxWorkThroughFewDescriptors) {
     ASSERT_GT(bottom->Path().size(), 5000U);  // past any system's PATH_MAX
     ASSERT_EQ(bottom->Count(), kWide);
     EXPECT_EQ(KindExt(bottom->Child("w0")).Bytes(), "Folder");  // looked up, not listed
+    // A folder held open is started from, not reopened level by level from the top.
+    sys::ArmFault({sys::CallKind::kOpen, 3, EIO, true});
+    EXPECT_EQ(KindExt(bottom->Child("w1")).Bytes(), "Folder");
+    sys::DisarmFault();
     // Every item kept alive at once, each reached again after the others.
     std::vector<Ref<FolderItem>> files;
     for (int32_t i = 1; i <= kWide; ++i) files.push_back(bottom->TrueItem(i)->TrueItem(1));

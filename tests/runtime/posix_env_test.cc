@@ -99,8 +99,8 @@ TEST(ApplicationTest, RunGivesTheExitStatusAndAnEscapingExceptionOneLineAndStatu
   const std::pair<std::function<void()>, const char*> rows[] = {
       {[] { throw NilObjectException("FolderItem"); }, "NilObjectException: a member of a nil"},
       {[] { throw RuntimeException("plain"); }, "RuntimeException: plain"},
-      {[] { throw std::runtime_error("disk\nfull\rnow"); }, "disk full now"},
-      {[] { throw 42; }, "unknown"}};
+      {[] { throw std::runtime_error("disk\nfull\rnow"); }, "unhandled exception: disk full now"},
+      {[] { throw 42; }, "unhandled exception of unknown type"}};
   for (const auto& [raise, named] : rows) {
     const std::function<void()>& thrower = raise;  // a binding cannot be captured everywhere
     Service throws([&thrower](const auto&) -> int32_t {
