@@ -101,20 +101,19 @@ Ref<AlarmItem> Alarm(const std::string& name, const std::string& format, bool en
 // A launch at 2026-11-23 10:20 UTC, 20 minutes after the start, for the first of two alarms.
 Forecast Sample() {
   constexpr int64_t kStartUnix = 1795428000;
-  Forecast forecast;
-  forecast.preferences_path = "/home/u/.config/com.velmora.Tolvane.xml";
-  forecast.start = {kStartUnix, kStartUnix + kUnixToWall};
-  forecast.outcome = Outcome::kLaunch;
-  forecast.ring_offset_minutes = -5;
-  forecast.last_launch_seconds = static_cast<double>(kStartUnix + kUnixToWall - 86400);
-  forecast.tolvane = Ref<FolderItem>::New("/Applications/Tol\nvane.app");
-  forecast.found_by = FoundBy::kSavedLocation;
   const Moment ring = {kStartUnix + 20 * 60, kStartUnix + kUnixToWall + 20 * 60};
-  forecast.alarms = {{Alarm("Wake\nup \x1b[31m\xff", "hourly", true), ring, true},
-                     {Alarm("\xc3\xa9t\xc3\xa9", "timer", false), std::nullopt, false}};
-  forecast.launch_alarm = 0;
-  forecast.launch = ring;
-  return forecast;
+  return {.preferences_path = "/home/u/.config/com.velmora.Tolvane.xml",
+          .start = {kStartUnix, kStartUnix + kUnixToWall},
+          .outcome = Outcome::kLaunch,
+          .quit_message = std::nullopt,
+          .ring_offset_minutes = -5,
+          .last_launch_seconds = static_cast<double>(kStartUnix + kUnixToWall - 86400),
+          .tolvane = Ref<FolderItem>::New("/Applications/Tol\nvane.app"),
+          .found_by = FoundBy::kSavedLocation,
+          .launch_alarm = 0,
+          .launch = ring,
+          .alarms = {{Alarm("Wake\nup \x1b[31m\xff", "hourly", true), ring, true},
+                     {Alarm("\xc3\xa9t\xc3\xa9", "timer", false), std::nullopt, false}}};
 }
 
 Forecast Quit(const char* message) {
