@@ -177,11 +177,10 @@ inline std::string Disagreement(const char* zone, int64_t start, int64_t window,
   std::filesystem::create_directory(folder / "Tolvane.app");
   const std::string preferences = RandomPreferences(draw, start, end, folder / "Tolvane.app");
   std::ofstream(folder / kPreferencesFileName) << preferences;
-  forecast::Request request;
-  request.start_unix_seconds = start;
-  request.horizon_days = static_cast<int32_t>((window + 86399) / 86400);
-  request.preferences_file = folder / kPreferencesFileName;
-  const forecast::Forecast predicted = forecast::Predict(request);
+  const forecast::Forecast predicted =
+      forecast::Predict({.start_unix_seconds = start,
+                         .horizon_days = static_cast<int32_t>((window + 86399) / 86400),
+                         .preferences_file = folder / kPreferencesFileName});
   const Oracle oracle = RunOracle(folder.path, start, end);
 
   std::string differences;
