@@ -48,19 +48,15 @@ struct ZoneSet {
 // The scripted Env whose every second of sleep is one real second: the clock reads the wall time
 // of the next instant, and the walk ends (WindowOver) at the window's end.
 struct WindowOver {};
-class InstantEnv : public FakeEnv {
- public:
-  InstantEnv(int64_t start, int64_t end) : instant(start), end_(end) {
+struct InstantEnv : FakeEnv {
+  InstantEnv(int64_t start, int64_t window_end) : instant(start), end(window_end) {
     now = forecast::WallSecondsAt(start);
   }
   void SleepForMilliseconds(int32_t /*milliseconds*/) override {
-    if (++instant >= end_) throw WindowOver{};
+    if (++instant >= end) throw WindowOver{};
     now = forecast::WallSecondsAt(instant);
   }
-  int64_t instant;
-
- private:
-  int64_t end_;
+  int64_t instant, end;
 };
 
 inline std::string Tag(const std::string& name, const std::string& value) {
