@@ -48,19 +48,15 @@ struct ZoneSet {
 // The scripted Env whose every second of sleep is one real second: the clock reads the wall time
 // of the next instant, and the walk ends (WindowOver) at the window's end.
 struct WindowOver {};
-class InstantEnv : public FakeEnv {
- public:
-  InstantEnv(int64_t start, int64_t end) : instant(start), end_(end) {
+struct InstantEnv : FakeEnv {
+  InstantEnv(int64_t start, int64_t window_end) : instant(start), end(window_end) {
     now = forecast::WallSecondsAt(start);
   }
   void SleepForMilliseconds(int32_t /*milliseconds*/) override {
-    if (++instant >= end_) throw WindowOver{};
+    if (++instant >= end) throw WindowOver{};
     now = forecast::WallSecondsAt(instant);
   }
-  int64_t instant;
-
- private:
-  int64_t end_;
+  int64_t instant, end;
 };
 
 inline std::string Tag(const std::string& name, const std::string& value) {
@@ -177,11 +173,10 @@ inline std::string Disagreement(const char* zone, int64_t start, int64_t window,
   std::filesystem::create_directory(folder / "Tolvane.app");
   const std::string preferences = RandomPreferences(draw, start, end, folder / "Tolvane.app");
   std::ofstream(folder / kPreferencesFileName) << preferences;
-  forecast::Request request;
-  request.start_unix_seconds = start;
-  request.horizon_days = static_cast<int32_t>((window + 86399) / 86400);
-  request.preferences_file = folder / kPreferencesFileName;
-  const forecast::Forecast predicted = forecast::Predict(request);
+  const forecast::Forecast predicted =
+      forecast::Predict({.start_unix_seconds = start,
+                         .horizon_days = static_cast<int32_t>((window + 86399) / 86400),
+                         .preferences_file = folder / kPreferencesFileName});
   const Oracle oracle = RunOracle(folder.path, start, end);
 
   std::string differences;

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <map>
 #include <random>
 #include <string>
@@ -19,21 +18,13 @@ using agreement::Tag;
 using agreement::ZoneSet;
 using forecast::Predict;
 
-// Wall-clock seconds of local fields, through timegm: independent of the code under test.
-int64_t Wall(int year, int month, int day, int hour, int minute, int second) {
-  std::tm fields{};
-  fields.tm_year = year - 1900, fields.tm_mon = month - 1, fields.tm_mday = day;
-  fields.tm_hour = hour, fields.tm_min = minute, fields.tm_sec = second;
-  return timegm(&fields) + 2'082'844'800;
-}
+// 2026-11-01 00:00:00 on the wall clock, in seconds since 1904: the day New York falls back.
+constexpr int64_t kNovember1 = 3'876'336'000;
 
 forecast::Forecast PredictFrom(const TempFolder& folder, const std::string& settings,
                                int64_t start) {
   std::ofstream(folder / kPreferencesFileName) << "<settings>" << settings << "</settings>";
-  forecast::Request request;
-  request.start_unix_seconds = start;
-  request.preferences_file = folder / kPreferencesFileName;
-  return Predict(request);
+  return Predict({.start_unix_seconds = start, .preferences_file = folder / kPreferencesFileName});
 }
 
 TEST(ForecastTest, DaylightSavingDaysAndTheGuardInNewYork) {
@@ -50,7 +41,7 @@ TEST(ForecastTest, DaylightSavingDaysAndTheGuardInNewYork) {
       {"02:00 on the spring-forward day never comes: the next day's", daily("2", "0"), 1772946000,
        0, 1773036000, false},
       {"a launch at 01:30 holds back both occurrences", daily("1", "30"), 1793505600,
-       Wall(2026, 11, 1, 1, 30, 20), 1793601000, true},
+       kNovember1 + 90 * 60 + 20, 1793601000, true},
       {"inside a minute that rang before the start: the start", daily("0", "0"), 1793505600 + 59, 0,
        1793505600 + 59, false},
       {"the fifth week: Sunday 29 November",
@@ -61,7 +52,7 @@ TEST(ForecastTest, DaylightSavingDaysAndTheGuardInNewYork) {
        Tag("dAlarmFormat", "monthly") + daily("7", "30") + Tag("dMonthlyWeekday-0", "True"),
        1793505600, 0, 0, false},
       {"the guard holds back the first minute of a timer due at once", Tag("dAlarmFormat", "timer"),
-       1793505610, Wall(2026, 11, 1, 0, 0, 59), 1793505660, true}};
+       1793505610, kNovember1 + 59, 1793505660, true}};
   for (const auto& [what, fields, start, last, next, held] : rows) {
     // Twice: on a tie the first in array order launches.
     const std::string alarm =
@@ -113,10 +104,9 @@ TEST(ForecastTest, StartUpAsTheServiceReadsIt) {
   // A file that is missing, or a folder that cannot be read as one.
   for (const auto& [path, message] : {std::pair(folder / "missing.xml", kNoPreferencesMessage),
                                       std::pair(folder.path, kUnreadablePreferencesMessage)}) {
-    forecast::Request request;
-    request.preferences_file = path;
-    request.start_unix_seconds = 1'800'000'000;  // not the last launch the service starts with
-    const forecast::Forecast quit = Predict(request);
+    // The start is not the last launch the service starts with.
+    const forecast::Forecast quit =
+        Predict({.start_unix_seconds = 1'800'000'000, .preferences_file = path});
     EXPECT_EQ(std::tuple(quit.quit_message, quit.ring_offset_minutes, quit.last_launch_seconds),
               std::tuple(message, 0, 0.0))
         << path;

@@ -18,16 +18,16 @@ struct NextRun {
   std::string out, err;
 };
 
-// Runs the binary with args (no single quotes in them) in a bare environment: TZ=zone and,
-// unless homeless, a home and a preferences folder under root. prefix goes before the command,
-// e.g. to run as another user. The shell writes the exit status after what the binary prints.
+// Runs program with args (no single quotes in them) in a bare environment with TZ=zone, in root;
+// the program is by default the binary with a home and a preferences folder under root. The shell
+// writes the exit status after what the program prints.
 NextRun RunNext(const fs::path& root, const std::vector<std::string>& args, const std::string& zone,
-                const std::string& prefix = "", bool homeless = false,
-                const std::string& binary = QUELLMARK_NEXT_BINARY) {
+                std::string program = "") {
   const std::string r = root.string();
-  std::string command = "cd " + r + " && " + prefix + "env -i PATH=/usr/bin:/bin TZ=" + zone +
-                        (homeless ? "" : " HOME=" + r + "/home XDG_CONFIG_HOME=" + r + "/config") +
-                        " " + binary;
+  if (program.empty()) {
+    program = "HOME=" + r + "/home XDG_CONFIG_HOME=" + r + "/config " + QUELLMARK_NEXT_BINARY;
+  }
+  std::string command = "cd " + r + " && env -i PATH=/usr/bin:/bin TZ=" + zone + " " + program;
   for (const std::string& arg : args) command += " '" + arg + "'";
   const std::string out = Output(command + " 2>stderr; echo \" $?\"");
   const size_t status_at = out.rfind(' ');
@@ -35,20 +35,16 @@ NextRun RunNext(const fs::path& root, const std::vector<std::string>& args, cons
           ReadWhole(root / "stderr")};
 }
 
+// A sandbox whose preferences hold one alarm, daily at 07:30.
 class NextEndToEndTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    for (const char* folder : {"home", "config", "Tolvane.app"}) {
-      fs::create_directory(root / folder);
-    }
-    const std::string alarms =
-        "<item>" + Tag("dHour", "7") + Tag("dMinute", "30") + Tag("mEnabled", "True") + "</item>";
-    std::ofstream(root / "config/com.velmora.Tolvane.xml")
-        << File(Location(root / "Tolvane.app") + Alarms(alarms));
+    sandbox_.Save("<item>" + Tag("dHour", "7") + Tag("dMinute", "30") + Tag("mEnabled", "True") +
+                  "</item>");
   }
 
-  TempFolder scratch_{SharedScratch()};
-  fs::path root = scratch_.path;
+  Sandbox sandbox_;
+  fs::path root = sandbox_.root;
 };
 
 TEST_F(NextEndToEndTest, TellsTheLaunchInTheLocalTimeZoneAndReadsTheFileGiven) {
@@ -92,9 +88,9 @@ TEST_F(NextEndToEndTest, ExitsWith2OnAUsageErrorAnd70OnAnUnexpectedFailure) {
   // The build folder may lie where only its owner may enter: that user runs a copy.
   fs::permissions(root, fs::perms::all);
   fs::copy_file(QUELLMARK_NEXT_BINARY, root / "quellmark-next");
-  const NextRun no_home =
-      RunNext(root, {"--at", "2026-11-23 22:18"}, "UTC",
-              "setpriv --reuid=54321 --regid=54321 --clear-groups ", true, root / "quellmark-next");
+  const NextRun no_home = RunNext(
+      root, {"--at", "2026-11-23 22:18"}, "UTC",
+      "setpriv --reuid=54321 --regid=54321 --clear-groups " + (root / "quellmark-next").string());
   EXPECT_EQ(no_home.status, 70);
   EXPECT_NE(no_home.err.find("NilObjectException"), std::string::npos) << no_home.err;
 }
