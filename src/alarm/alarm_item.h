@@ -79,27 +79,15 @@ using PropertyMember =
 struct PropertyInfo {
   std::string_view name;
   PropertyType type;
-  int32_t position;  // declared position, from 1
   PropertyMember member;
 };
 
-namespace internal {
-
-constexpr auto MakeAlarmProperties() {
-#define QUELLMARK_DESCRIBE_PROPERTY(name, type, group) \
-  PropertyInfo{#name, PropertyType::k##type, 0, &AlarmItem::name},
-  std::array properties{QUELLMARK_ALARM_PROPERTIES(QUELLMARK_DESCRIBE_PROPERTY)};
-#undef QUELLMARK_DESCRIBE_PROPERTY
-  for (size_t i = 0; i < properties.size(); ++i) {
-    properties[i].position = static_cast<int32_t>(i) + 1;
-  }
-  return properties;
-}
-
-}  // namespace internal
-
 // The properties of AlarmItem, in declared order.
-inline constexpr auto kAlarmItemProperties = internal::MakeAlarmProperties();
+#define QUELLMARK_DESCRIBE_PROPERTY(name, type, group) \
+  PropertyInfo{#name, PropertyType::k##type, &AlarmItem::name},
+inline constexpr std::array kAlarmItemProperties{
+    QUELLMARK_ALARM_PROPERTIES(QUELLMARK_DESCRIBE_PROPERTY)};
+#undef QUELLMARK_DESCRIBE_PROPERTY
 
 // The property called name (exact spelling), or nullptr.
 constexpr const PropertyInfo* FindAlarmProperty(std::string_view name) {

@@ -9,7 +9,8 @@
 namespace quellmark {
 namespace {
 
-// A value unlike the zero value and unlike any other property's, derived from the position n.
+// A value unlike the zero value and unlike any other property's, derived from the property's number
+// n.
 void SetOwn(String& s, int32_t n) { s = String("own " + std::to_string(n)); }
 void SetOwn(Ref<FolderItem>& item, int32_t n) { item = Ref<FolderItem>::New(std::to_string(n)); }
 void SetOwn(Ref<Array<bool>>& flags, int32_t n) {
@@ -22,10 +23,11 @@ void SetOwn(auto& value, int32_t n) { value = n + 1000; }
 TEST(AlarmItemTest, ANewRecordHoldsZeroValuesAndADuplicateCopiesEachWithFlagArraysOfItsOwn) {
   const std::string zero[] = {"", "0", "0", "0", "nil", "0000000"};  // by PropertyType
   AlarmItem source;
+  int32_t n = 0;
   for (const PropertyInfo& p : kAlarmItemProperties) {
     const std::string& expected = zero[static_cast<size_t>(p.type)];
     EXPECT_EQ(PropertyText(source, p), p.name == "dMonthlyWeekNum" ? "00000" : expected) << p.name;
-    std::visit([&](auto member) { SetOwn(source.*member, p.position); }, p.member);
+    std::visit([&](auto member) { SetOwn(source.*member, ++n); }, p.member);
   }
   const Ref<AlarmItem> duplicate = source.DuplicateMe();
   AlarmItem& copy = *duplicate;

@@ -62,6 +62,7 @@ TEST(ScheduleWordsTest, SaysEveryFormatAndEveryOddFieldPlainly) {
       {{.day = "3"}, "on the 3rd of every month at 00:00"},
       {{.day = "13"}, "on the 13th of every month at 00:00"},
       {{.day = "20"}, "on the 20th of every month at 00:00"},
+      {{.day = "21"}, "on the 21st of every month at 00:00"},
       {{.year = "2026", .month = "3"}, "every day of March 2026 at 00:00"},
       {{.year = "2026"}, "every day of 2026 at 00:00"},
       // Out of range: shown as saved, and named.
@@ -122,7 +123,8 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
       {{.year = "2026", .month = "11", .day = "23", .hour = 10}, none},
       {{.year = "2026", .month = "11", .day = "23", .hour = 10, .minute = 4}, passed, 5},
       {{.year = "2025"}, passed},
-      {{.year = "2026", .month = "11"}, none},  // 24 November is still to come
+      {{.year = "2026", .month = "11"}, none},               // 24 November is still to come
+      {{.year = "2026", .hour = -902}, none},  // 31 December -902:00 is now
       {{.year = "2026", .month = "12", .day = "-8", .hour = 34}, none},  // 23 November 10:00
       {{.year = "2026", .month = "12", .day = "-8", .hour = 33, .minute = 59}, passed},
       {{.year = "2027", .month = "-1", .day = "22"}, passed},  // November 2026
