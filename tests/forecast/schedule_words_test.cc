@@ -53,10 +53,7 @@ TEST(ScheduleWordsTest, SaysEveryFormatAndEveryOddFieldPlainly) {
     std::string words;
   } rows[] = {
       // Any format other than the three is a calendar date.
-      {{.format = "weekly", .hour = 7, .minute = 30}, "every day at 07:30"},
-      {{.year = "2026", .month = "12", .day = "24", .hour = 9}, "on 24 December 2026 at 09:00"},
-      {{.month = "12", .day = "24"}, "on 24 December every year at 00:00"},
-      {{.year = "2027", .day = "1", .hour = 6, .minute = 5},
+      {{.format = "weekly", .year = "2027", .day = "1", .hour = 6, .minute = 5},
        "on the 1st of every month of 2027 at 06:05"},
       {{.day = "22"}, "on the 22nd of every month at 00:00"},
       {{.day = "3"}, "on the 3rd of every month at 00:00"},
@@ -86,16 +83,12 @@ TEST(ScheduleWordsTest, SaysEveryFormatAndEveryOddFieldPlainly) {
       {{.format = "monthly", .weekdays = "0010000"}, "(no week) Tuesday of every month at 00:00"},
       {{.format = "monthly", .weekdays = "0010000", .weeks = "10000", .monthly_month = "13"},
        "first Tuesday of every month at 00:00"},
-      {{.format = "monthly", .weekdays = "0010000", .weeks = "10000", .monthly_month = "0"},
-       "first Tuesday of every month at 00:00"},
       {{.format = "monthly", .weekdays = "0010000", .weeks = "10000", .monthly_month = "0.5"},
        "first Tuesday of month 0 at 00:00 (out of range: month 0)"},
       {{.format = "hourly", .hourly_minute = 75}, "every hour at :75 (out of range: minute 75)"},
       // Timers: the duration the rule adds up; a negative one is due at once.
       {{.format = "timer", .timer_hour = 100, .timer_minute = 75, .timer_second = 61},
        "timer 101:16:01 after start"},
-      {{.format = "timer", .timer_minute = 1, .timer_second = -361},
-       "timer -0:05:01 after start (negative: due at start)"},
       {{.format = "timer", .timer_hour = 596524},  // 596524 * 3600 wraps below zero
        "timer -596522:28:16 after start (negative: due at start)"},
   };
@@ -118,9 +111,6 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
   } rows[] = {
       {{.enabled = false}, "disabled", 0, true},
       {{.format = "hourly", .hourly_minute = 75}, guard, 0, true},
-      {{.format = "timer"}, none},
-      {{.year = "2026", .month = "11", .day = "23", .hour = 9, .minute = 59}, passed},
-      {{.year = "2026", .month = "11", .day = "23", .hour = 10}, none},
       {{.year = "2026", .month = "11", .day = "23", .hour = 10, .minute = 4}, passed, 5},
       {{.year = "2025"}, passed},
       {{.year = "2026", .month = "11"}, none},               // 24 November is still to come
@@ -128,10 +118,6 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
       {{.year = "2026", .month = "12", .day = "-8", .hour = 34}, none},  // 23 November 10:00
       {{.year = "2026", .month = "12", .day = "-8", .hour = 33, .minute = 59}, passed},
       {{.year = "2027", .month = "-1", .day = "22"}, passed},  // November 2026
-      // On a 31st, "30 November" rolls into December: at 24:00 it rings on 31 December; on
-      // 30 October, 30 September could only ring after a roll that a 30th does not make.
-      {{.year = "2026", .month = "11", .day = "30", .hour = 24}, none},
-      {{.year = "2026", .month = "9", .day = "30"}, passed},
       // A day early, the rolled 1 December would ring on 30 November, a day that does not roll.
       {{.year = "2026", .month = "11", .day = "1"}, passed, 1440},
       // A month outside 1 to 12 lands in another year, unless a day or a time brings it back.
@@ -143,10 +129,8 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
       // Without a day, a time beyond its day never meets the tested day, unless it runs as far
       // as another month might: 28 days ahead, or more than 27 days back.
       {{.hour = 24}, "24:00 falls outside its day"},
-      {{.hour = 23, .minute = 59}, none},
       {{.hour = 672}, none},
       {{.hour = -648, .minute = -1}, none},
-      {{.day = "5", .hour = 25}, none},
       {{.format = "monthly", .weeks = "10000", .monthly_month = "0.5"}, "no weekday chosen"},
       {{.format = "monthly", .weekdays = "1111111"}, "no week chosen"},
       {{.format = "monthly", .weekdays = "1000000", .weeks = "10000", .monthly_month = "0.5"},
