@@ -113,8 +113,8 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
       {{.format = "hourly", .hourly_minute = 75}, guard, 0, true},
       {{.year = "2026", .month = "11", .day = "23", .hour = 10, .minute = 4}, passed, 5},
       {{.year = "2025"}, passed},
-      {{.year = "2026", .month = "11"}, none},               // 24 November is still to come
-      {{.year = "2026", .hour = -902}, none},  // 31 December -902:00 is now
+      {{.year = "2026", .month = "11"}, none},  // 24 November is still to come
+      {{.year = "2026", .hour = -902}, none},   // 31 December -902:00 is now
       {{.year = "2026", .month = "12", .day = "-8", .hour = 34}, none},  // 23 November 10:00
       {{.year = "2026", .month = "12", .day = "-8", .hour = 33, .minute = 59}, passed},
       {{.year = "2027", .month = "-1", .day = "22"}, passed},  // November 2026
