@@ -104,6 +104,9 @@ TEST(StringLength, CountsOnlyWellFormedUtf8AsOneCharacter) {
       ASSERT_EQ(std::pair(Len(String(s)), Len(String(s.substr(0, 2)))),
                 std::pair(characters(lead, second), length[lead][second] == 2 ? 1 : 2))
           << std::hex << lead << " " << second;
+      // A sequence cut short by the end of the view is one byte, whatever lies beyond.
+      ASSERT_EQ(CharacterLength(std::string_view(s).substr(0, 2), 0),
+                length[lead][second] == 2 ? 2U : 1U);
     }
   }
 }
