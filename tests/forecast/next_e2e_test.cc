@@ -80,6 +80,8 @@ TEST_F(NextEndToEndTest, ExitsWith2OnAUsageErrorAnd70OnAnUnexpectedFailure) {
   const NextRun help = RunNext(root, {"--help"}, "UTC");
   EXPECT_EQ(std::tuple(help.status, help.out.substr(0, 21)),
             std::tuple(0, "usage: quellmark-next"));
+  EXPECT_TRUE(help.out.ends_with("2 for a usage error, 70 for an unexpected failure.\n"))
+      << help.out;
 
   // With no home at all (no HOME, and a user the password database does not know), the
   // preferences folder is nil, as in the service.

@@ -112,6 +112,7 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
       {{.enabled = false}, "disabled", 0, true},
       {{.format = "hourly", .hourly_minute = 75}, guard, 0, true},
       {{.year = "2026", .month = "11", .day = "23", .hour = 10, .minute = 4}, passed, 5},
+      {{.year = "2026", .month = "11", .day = "23", .hour = 10, .minute = 30}, none, 30},
       {{.year = "2025"}, passed},
       {{.year = "2026", .month = "11"}, none},  // 24 November is still to come
       {{.year = "2026", .hour = -902}, none},   // 31 December -902:00 is now
@@ -122,6 +123,7 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
       {{.year = "2026", .month = "11", .day = "1"}, passed, 1440},
       // A month outside 1 to 12 lands in another year, unless a day or a time brings it back.
       {{.month = "13"}, "month 13 never comes"},
+      {{.month = "13", .day = "1"}, "month 13 never comes"},
       {{.month = "12", .day = "24"}, none},
       {{.month = "0", .day = "31", .hour = 23, .minute = 59}, "month 0 never comes"},
       {{.month = "13", .day = "0"}, none},
