@@ -1,5 +1,6 @@
-// Helpers the tests and fuzz targets share: a scratch folder, and an alarm's properties as text
-// so that records can be compared property by property through the property table.
+// Helpers the tests and fuzz targets share: a scratch folder, a saved tag, and an alarm's
+// properties as text so that records can be compared property by property through the property
+// table.
 
 #ifndef QUELLMARK_TESTS_TEST_SUPPORT_H_
 #define QUELLMARK_TESTS_TEST_SUPPORT_H_
@@ -39,6 +40,11 @@ struct TempFolder {
   }
   std::string operator/(const std::string& name) const { return path + "/" + name; }
 };
+
+// A setting or a field as the preferences file saves it.
+inline std::string Tag(const std::string& name, const std::string& value) {
+  return "<" + name + ">" + value + "</" + name + ">";
+}
 
 namespace property_text {
 inline std::string Of(const String& s) { return s.Bytes(); }

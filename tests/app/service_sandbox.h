@@ -72,10 +72,6 @@ inline std::string Output(const std::string& command) {
   return text;
 }
 
-inline std::string Tag(const std::string& name, const std::string& value) {
-  return "<" + name + ">" + value + "</" + name + ">";
-}
-
 // Tolvane saves moments as seconds since 1904-01-01 on the wall clock; the child runs in UTC.
 inline std::string LastLaunch(int64_t unix_seconds) {
   return Tag("LastLaunch", std::to_string(unix_seconds + 2082844800));

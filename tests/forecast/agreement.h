@@ -59,10 +59,6 @@ struct InstantEnv : FakeEnv {
   int64_t instant, end;
 };
 
-inline std::string Tag(const std::string& name, const std::string& value) {
-  return "<" + name + ">" + value + "</" + name + ">";
-}
-
 // One alarm's saved form, its fields aimed near the reference minute at wall (shifted by offset
 // minutes) with out-of-range spellings, neighbours and strays; the time of day as it is or
 // carried into the hour or the day before or after; timers of odd lengths, a few negative.

@@ -14,7 +14,6 @@ namespace {
 
 using agreement::kChanges;
 using agreement::kZones;
-using agreement::Tag;
 using agreement::ZoneSet;
 using forecast::Predict;
 
