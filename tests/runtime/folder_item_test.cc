@@ -1,5 +1,6 @@
 #include "runtime/folder_item.h"
 
+#include <pthread.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -192,6 +193,23 @@ TEST(FolderItemTest, ItemsDeeperThanPathMaxWorkThroughFewDescriptors) {
     }
   }
   EXPECT_EQ(descriptors(), descriptors_before);
+}
+
+// A chain of items far deeper than a small stack could unwind by recursion, made and let go of
+// in a thread with a stack of 256 KiB: a recursive release overflows it and crashes the test.
+TEST(FolderItemTest, AChainDeeperThanTheStackIsLetGoOfWithoutRecursion) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setstacksize(&attributes, 256 * 1024);
+  const auto make_and_drop = [](void* /*unused*/) -> void* {
+    Ref<FolderItem> deep = Item("/chain");
+    for (int i = 0; i < 20000; ++i) deep = deep->Child("d");
+    return nullptr;
+  };
+  pthread_t thread{};
+  ASSERT_EQ(pthread_create(&thread, &attributes, make_and_drop, nullptr), 0);
+  EXPECT_EQ(pthread_join(thread, nullptr), 0);
+  pthread_attr_destroy(&attributes);
 }
 
 // Every file below holds these bytes, which must read back as they are.
