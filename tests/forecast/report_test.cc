@@ -51,7 +51,9 @@ TEST(ReportTest, JsonAndVisibleTextAgreeWithPythonOnRandomBytes) {
   const std::string alphabet =
       std::string("\0\x01\n\r\t\x1f\x7f\"\\ aZ\x80\x8f\x9f\xa0\xbf\xc0\xc2", 19) +
       "\xdf\xe0\xe1\xed\xee\xef\xf0\xf1\xf4\xf5\xff";
-  std::vector<std::string> samples(600);
+  // Each of the longest characters, the first and last of four bytes, starts a sample.
+  std::vector<std::string> samples = {"\xF0\x90\x80\x80", "\xF4\x8F\xBF\xBF"};
+  samples.resize(600);
   std::string input;
   for (std::string& bytes : samples) {
     const size_t length = random() % 12;

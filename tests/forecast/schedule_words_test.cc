@@ -155,6 +155,11 @@ TEST(WhyNotTest, ClaimsACauseOnlyWhenTheFieldsMakeItCertain) {
   // A timer keeps the date fields it was saved with; they say nothing of when it rings.
   EXPECT_EQ(WhyNot({MakeAlarm({.format = "timer", .year = "2025"}), std::nullopt, false}, forecast),
             "does not ring within 1 day");
+  // 31 November rolls to 31 December, which on 15 December is still to come.
+  forecast.start.wall_seconds = ParseMoment("2026-12-15 10:00:00").value();
+  EXPECT_EQ(WhyNot({MakeAlarm({.year = "2026", .month = "11", .day = "31"}), std::nullopt, false},
+                   forecast),
+            "does not ring within 1 day");
 }
 
 }  // namespace

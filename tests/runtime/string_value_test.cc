@@ -73,6 +73,7 @@ TEST(StringPieces, LeftAndRightTakeWholeCharactersFromEitherEnd) {
   const String text("a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80");
   const std::tuple<int32_t, const char*, const char*> rows[] = {
       {0, "", ""},
+      {1, "a", "\xF0\x9F\x98\x80"},
       {3, "a\xC3\xA9\xE2\x82\xAC", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80"},
       {5, text.Bytes().c_str(), text.Bytes().c_str()}};
   for (const auto& [n, left, right] : rows) {
