@@ -9,8 +9,8 @@
 namespace quellmark {
 namespace {
 
-// A value unlike the zero value and unlike any other property's, derived from the property's number
-// n.
+// A value unlike the zero value and unlike any other property's, derived from the property's
+// number n.
 void SetOwn(String& s, int32_t n) { s = String("own " + std::to_string(n)); }
 void SetOwn(Ref<FolderItem>& item, int32_t n) { item = Ref<FolderItem>::New(std::to_string(n)); }
 void SetOwn(Ref<Array<bool>>& flags, int32_t n) {
